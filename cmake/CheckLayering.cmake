@@ -1,3 +1,4 @@
+cmake_minimum_required(VERSION 3.25)
 # cmake -DROOT=<repo> -DLAYERS="base:|util:base|..." -P CheckLayering.cmake
 #
 # Fails when a file of one layer includes a header of a layer it does not
