@@ -59,7 +59,7 @@ std::vector<std::string> Split(std::string_view expression, std::string_view del
                                int32_t limit = -1, CompareMethod compare = CompareMethod::Binary);
 std::string Join(const std::vector<std::string>& parts, std::string_view delimiter = " ");
 
-// -1, 0 or 1. Binary compares code points; Text ignores case and orders
+// -1, 0 or 1. Binary orders as UTF-16 code units do; Text ignores case and orders
 // letters alphabetically with their accented forms next to them.
 int32_t StrComp(std::string_view a, std::string_view b,
                 CompareMethod compare = CompareMethod::Binary);
