@@ -107,6 +107,14 @@ std::string FormatText(std::string_view text, std::u32string_view pattern) {
             }
         }
     }
+    if (placeholders == 0) {
+        // Only case marks (and perhaps literals): the whole text, converted.
+        std::u32string out;
+        for (const auto& token : tokens) {
+            out += token.literal;
+        }
+        return ToUtf8(out + value);
+    }
     std::u32string out;
     size_t slot = 0;
     for (const auto& token : tokens) {

@@ -340,16 +340,28 @@ std::optional<Amount> ParseAmount(const std::string& text) {
 // KV takes the cents from the double amount - floor(amount). True when that
 // difference, read to 15 significant digits, is not the amount's own cents,
 // so KV's cents may come out one branch off.
+// The cents words branch on the raw fraction at 0.1 and 0.2: below 0.1,
+// strictly between, or the rest.
+int FractionBranch(double fraction) {
+    if (fraction < 0.1) return 0;
+    if (fraction > 0.1 && fraction < 0.2) return 1;
+    return 2;
+}
+
+// True when the double's fraction does not carry the cents cleanly: its
+// 15-digit text is not the cents' own, or it falls on the other side of a
+// branch boundary than the cents do (1.10 - 1 is 0.10000000000000009).
 bool HasBinaryFraction(double value, int cents) {
+    const double fraction = value - std::floor(value);
     char have[40];
-    std::snprintf(have, sizeof have, "%.15g", value - std::floor(value));
+    std::snprintf(have, sizeof have, "%.15g", fraction);
     std::string want = "0";
     if (cents != 0) {
         want += '.';
         want += static_cast<char>('0' + cents / 10);
         if (cents % 10 != 0) want += static_cast<char>('0' + cents % 10);
     }
-    return have != want;
+    return have != want || FractionBranch(fraction) != FractionBranch(cents / 100.0);
 }
 
 // KV names a millions group that ends in one "milhão" ("Vinte e um milhão");
@@ -451,6 +463,9 @@ TEST(KVOraclesHarness, BinaryFractionFlagsCentsADoubleDoesNotCarry) {
     EXPECT_FALSE(HasBinaryFraction(9999999999.0, 0));
     EXPECT_TRUE(HasBinaryFraction(1234.56, 56));   // 0.559999999999945
     EXPECT_TRUE(HasBinaryFraction(9999999999.99, 99));
+    EXPECT_TRUE(HasBinaryFraction(1.10, 10));  // 0.10000000000000009: above 0.1
+    EXPECT_TRUE(HasBinaryFraction(1.20, 20));  // 0.19999999999999996: below 0.2
+    EXPECT_FALSE(HasBinaryFraction(0.10, 10));
 }
 
 }  // namespace

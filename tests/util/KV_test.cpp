@@ -338,6 +338,9 @@ TEST(KVWords, CurrencyAsStr) {
         // The fraction is a binary double: 1200.3 - 1200 is 0.29999999999995...,
         // whose text has more digits than two.
         {1200.3, "Um mil duzentos reais e vinte e três centavos"},
+        // ... and 1.10 - 1 is just above 0.1, where the teens start; the
+        // teen of the last digit of 0 has no word.
+        {1.10, "Um real e centavos"},
         {10000000000, "Valor não suportado."},
         {-1, "Um real negativo"},
         {-0.5, "Cinquenta centavos negativo"},
