@@ -94,9 +94,13 @@ private:
     std::vector<std::string> values;
 };
 
-std::string Bool(bool value) { return value ? "True" : "False"; }
+std::string Bool(bool value) {
+    return value ? "True" : "False";
+}
 
-ENUM_DATE_FORMAT Layout(int32_t value) { return static_cast<ENUM_DATE_FORMAT>(value); }
+ENUM_DATE_FORMAT Layout(int32_t value) {
+    return static_cast<ENUM_DATE_FORMAT>(value);
+}
 
 struct Member {
     std::string_view name;
@@ -122,9 +126,7 @@ const std::vector<Member>& Members() {
         {"FormatAsDateEx",
          {{"xDate", Kind::Text}, {"xFormat", Kind::Text, "DD/MM/YYYY"}},
          [](A a) { return KV::FormatAsDateEx(a.Text(0), a.Text(1)); }},
-        {"DateFormatText",
-         {{"value", Kind::Long}},
-         [](A a) { return DateFormatText(a.Long(0)); }},
+        {"DateFormatText", {{"value", Kind::Long}}, [](A a) { return DateFormatText(a.Long(0)); }},
         {"IsValidCPFOrCNPJ",
          {{"xDocument", Kind::Text}},
          [](A a) { return Bool(KV::IsValidCPFOrCNPJ(a.Text(0))); }},
@@ -277,8 +279,8 @@ int Run(const std::vector<std::string>& args, std::ostream& out, std::ostream& e
     try {
         CheckKinds(*member, arguments);
     } catch (const UsageError& e) {
-        err << "kv: " << member->name << ": " << e.message << "\n  usage: kv "
-            << Signature(*member) << "\n";
+        err << "kv: " << member->name << ": " << e.message << "\n  usage: kv " << Signature(*member)
+            << "\n";
         return 2;
     }
     try {

@@ -18,7 +18,7 @@ namespace kelvara {
 
 class Date {
 public:
-    static constexpr double MinSerial = -657434.0;  // 01/01/0100
+    static constexpr double MinSerial = -657434.0;         // 01/01/0100
     static constexpr double MaxSerial = 2958465.99999999;  // 31/12/9999 23:59:59
 
     constexpr Date() = default;
@@ -44,7 +44,12 @@ enum class FirstDayOfWeek : int32_t {
     Saturday = 7
 };
 
-enum class FirstWeekOfYear : int32_t { UseSystem = 0, Jan1 = 1, FirstFourDays = 2, FirstFullWeek = 3 };
+enum class FirstWeekOfYear : int32_t {
+    UseSystem = 0,
+    Jan1 = 1,
+    FirstFourDays = 2,
+    FirstFullWeek = 3
+};
 
 // Out-of-range months and days roll over into the next or previous year or
 // month (DateSerial(2014, 13, 0) is 31/12/2014); years 0 to 29 mean 2000 to

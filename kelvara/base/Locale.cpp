@@ -80,14 +80,20 @@ const Locale& Locale::EnUS() {
     return locale;
 }
 
-const Locale& Locale::Current() { return CurrentLocale(); }
+const Locale& Locale::Current() {
+    return CurrentLocale();
+}
 
-void Locale::SetCurrent(const Locale& locale) { CurrentLocale() = locale; }
+void Locale::SetCurrent(const Locale& locale) {
+    CurrentLocale() = locale;
+}
 
 LocaleScope::LocaleScope(const Locale& locale) : saved(Locale::Current()) {
     Locale::SetCurrent(locale);
 }
 
-LocaleScope::~LocaleScope() { Locale::SetCurrent(saved); }
+LocaleScope::~LocaleScope() {
+    Locale::SetCurrent(saved);
+}
 
 }  // namespace kelvara

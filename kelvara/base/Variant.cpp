@@ -15,7 +15,7 @@ Variant Variant::Null() {
 VariantType Variant::Type() const {
     // The alternatives are listed in the order of the std::variant.
     static constexpr VariantType kTypes[] = {
-        VariantType::Empty,  VariantType::Null,   VariantType::Boolean,
+        VariantType::Empty,  VariantType::Null,    VariantType::Boolean,
         VariantType::Byte,   VariantType::Integer, VariantType::Long,
         VariantType::Double, VariantType::Date,    VariantType::String};
     return kTypes[value.index()];
@@ -76,10 +76,10 @@ std::optional<bool> Variant::ToBool(const Locale& locale) const {
     }
     if (const auto* text = Get<std::string>()) {
         const std::string trimmed = Trim(*text);
-        for (const auto& [word, meaning] :
-             {std::pair{std::string_view(locale.trueText), true},
-              std::pair{std::string_view(locale.falseText), false},
-              std::pair{std::string_view("True"), true}, std::pair{std::string_view("False"), false}}) {
+        for (const auto& [word, meaning] : {std::pair{std::string_view(locale.trueText), true},
+                                            std::pair{std::string_view(locale.falseText), false},
+                                            std::pair{std::string_view("True"), true},
+                                            std::pair{std::string_view("False"), false}}) {
             if (StrComp(trimmed, word, CompareMethod::Text) == 0) {
                 return meaning;
             }

@@ -25,9 +25,13 @@ std::string KV::FormatAsDateEx(std::string_view xDate, std::string_view xFormat)
     return modParsers::FormatAsDate(xDate, xFormat);
 }
 
-int16_t KV::CalculateAge(Date xBirthday) { return modParsers::CalculateAge(xBirthday); }
+int16_t KV::CalculateAge(Date xBirthday) {
+    return modParsers::CalculateAge(xBirthday);
+}
 
-bool KV::IsYearLeap(int16_t xYear) { return modParsers::IsYearLeap(xYear); }
+bool KV::IsYearLeap(int16_t xYear) {
+    return modParsers::IsYearLeap(xYear);
+}
 
 int32_t KV::NumberOfDaysOnMonth(int16_t xMonth, int16_t xYear) {
     return modParsers::NumberOfDaysOnMonth(xMonth, xYear);
@@ -41,11 +45,17 @@ bool KV::IsValidCPFOrCNPJ(std::string_view xDocument) {
     return modParsers::IsValidCPFOrCNPJ(xDocument);
 }
 
-bool KV::IsValidEmail(std::string_view xEmail) { return modParsers::IsValidEmail(xEmail); }
+bool KV::IsValidEmail(std::string_view xEmail) {
+    return modParsers::IsValidEmail(xEmail);
+}
 
-bool KV::IsValidURL(std::string_view xUrl) { return modParsers::IsValidURL(xUrl); }
+bool KV::IsValidURL(std::string_view xUrl) {
+    return modParsers::IsValidURL(xUrl);
+}
 
-bool KV::IsValidIP(std::string_view xIP) { return modParsers::IsValidIP(xIP); }
+bool KV::IsValidIP(std::string_view xIP) {
+    return modParsers::IsValidIP(xIP);
+}
 
 bool KV::IsValidFileName(std::string_view xFileName) {
     return modParsers::IsValidFileName(xFileName);
@@ -76,7 +86,9 @@ std::string KV::FormatWithZeros(std::string_view xString, int16_t xNumberOfZeros
     return modParsers::FormatWithZeros(xString, xNumberOfZeros);
 }
 
-std::string KV::FormatFileSizeEx(double xValue) { return modParsers::FormatFileSizeEx(xValue); }
+std::string KV::FormatFileSizeEx(double xValue) {
+    return modParsers::FormatFileSizeEx(xValue);
+}
 
 std::string KV::CurrencyAsStr(double xValue, std::string_view xSingularCurrencyCountry,
                               std::string_view xPluralCurrencyCountry,

@@ -22,15 +22,14 @@ namespace {
 
 using Words = std::array<std::string_view, 10>;  // indexed by digit; 0 has no word
 
-constexpr Words kUnits = {"",     "um",   "dois", "três", "quatro",
+constexpr Words kUnits = {"",      "um",   "dois", "três", "quatro",
                           "cinco", "seis", "sete", "oito", "nove"};
 constexpr Words kTens = {"",          "dez",      "vinte",   "trinta",  "quarenta",
                          "cinquenta", "sessenta", "setenta", "oitenta", "noventa"};
-constexpr Words kHundreds = {"",           "cem",        "duzentos",  "trezentos",
-                             "quatrocentos", "quinhentos", "seiscentos", "setecentos",
-                             "oitocentos",   "novecentos"};
-constexpr Words kTeens = {"",        "onze",      "doze",      "treze",   "quatorze",
-                          "quinze",  "dezesseis", "dezessete", "dezoito", "dezenove"};
+constexpr Words kHundreds = {"",           "cem",        "duzentos",   "trezentos",  "quatrocentos",
+                             "quinhentos", "seiscentos", "setecentos", "oitocentos", "novecentos"};
+constexpr Words kTeens = {"",       "onze",      "doze",      "treze",   "quatorze",
+                          "quinze", "dezesseis", "dezessete", "dezoito", "dezenove"};
 
 constexpr double kLimit = 9999999999.99;
 
@@ -132,8 +131,8 @@ void WholeWords(std::string& result, double whole, std::string_view singular,
 // The fraction's branches test the raw double with no tolerance, so a
 // fraction that is not exact in binary may take the neighbouring branch;
 // that is accepted, since amounts printed so far depend on it.
-void FractionWords(std::string& result, double fraction, bool hasWhole,
-                   std::string_view singular, std::string_view plural) {
+void FractionWords(std::string& result, double fraction, bool hasWhole, std::string_view singular,
+                   std::string_view plural) {
     if (fraction <= 0) {
         return;
     }
@@ -178,8 +177,7 @@ std::string CurrencyAsStr(double xValue, std::string_view xSingularCurrencyCount
         if (whole > 0) {
             WholeWords(result, whole, xSingularCurrencyCountry, xPluralCurrencyCountry);
         }
-        FractionWords(result, fraction, whole > 0, xSingularDecimalCountry,
-                      xPluralDecimalCountry);
+        FractionWords(result, fraction, whole > 0, xSingularDecimalCountry, xPluralDecimalCountry);
     }
 
     // A single pass of the blank squeeze, as the words were always tidied.

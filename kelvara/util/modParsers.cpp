@@ -20,9 +20,13 @@ namespace kelvara::modParsers {
 
 namespace {
 
-bool IsDigit(char32_t c) { return c >= U'0' && c <= U'9'; }
+bool IsDigit(char32_t c) {
+    return c >= U'0' && c <= U'9';
+}
 
-bool IsLeap(int32_t year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
+bool IsLeap(int32_t year) {
+    return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+}
 
 // The layouts fall into families by the pieces they have and their order.
 enum class Family { DayOrMonthFirst, YearFirst, NoYear, MonthYear, YearMonth, Other };
@@ -70,7 +74,9 @@ std::optional<int32_t> PieceValue(const std::vector<std::string>& pieces, int in
 }
 
 // The digits of a number as the host prints it, trimmed.
-std::string NumberText(std::string_view piece) { return Trim(CStr(Val(piece))); }
+std::string NumberText(std::string_view piece) {
+    return Trim(CStr(Val(piece)));
+}
 
 std::string Pad(std::string_view piece, std::string_view format) {
     const std::string digits = NumberText(piece);
@@ -147,7 +153,8 @@ bool IsValidDate(std::string_view xDate, int32_t xFormat) {
     std::optional<int32_t> year;
     switch (FamilyOf(xFormat)) {
         case Family::YearFirst:
-            day = PieceValue(pieces, 3), month = PieceValue(pieces, 2), year = PieceValue(pieces, 1);
+            day = PieceValue(pieces, 3), month = PieceValue(pieces, 2),
+            year = PieceValue(pieces, 1);
             break;
         case Family::DayOrMonthFirst:
             // Layouts 2 and 14 to 24 put the month first.
@@ -417,8 +424,7 @@ bool IsValidFileName(std::string_view xFileName) {
 }
 
 std::string RemoveAccents(std::string_view xString) {
-    static const std::u32string kAccented =
-        U"ÀÁÂÃÄÅÇÈÉÊËÌÍÎÏÒÓÔÕÖÙÚÛÜàáâãäåçèéêëìíîïòóôõöùúûü";
+    static const std::u32string kAccented = U"ÀÁÂÃÄÅÇÈÉÊËÌÍÎÏÒÓÔÕÖÙÚÛÜàáâãäåçèéêëìíîïòóôõöùúûü";
     static const std::u32string kPlain = U"AAAAAACEEEEIIIIOOOOOUUUUaaaaaaceeeeiiiiooooouuuu";
     std::u32string text = ToUtf32(xString);
     for (char32_t& c : text) {
@@ -475,7 +481,9 @@ int16_t CalculateAge(Date xBirthday) {
     return static_cast<int16_t>(years);
 }
 
-bool IsYearLeap(int32_t xYear) { return IsLeap(xYear); }
+bool IsYearLeap(int32_t xYear) {
+    return IsLeap(xYear);
+}
 
 int32_t NumberOfDaysOnMonth(int16_t xMonth, int16_t xYear) {
     const int32_t year = xYear == 0 ? Year(Today()) : xYear;
@@ -489,15 +497,16 @@ int32_t NumberOfDaysOnMonth(int16_t xMonth, int16_t xYear) {
     }
     const auto next = DateAdd("m", 1, *first);
     if (!next) {
-        throw KelvaraError(HostError::InvalidProcedureCall, "KV", "Invalid procedure call or argument");
+        throw KelvaraError(HostError::InvalidProcedureCall, "KV",
+                           "Invalid procedure call or argument");
     }
     return static_cast<int32_t>(DateDiff("d", *first, *next).value_or(0));
 }
 
 std::string NameOfTheDay(Date xDate, bool xAbbreviated) {
     static const std::array<std::string_view, 7> kNames = {
-        "Domingo",     "Segunda-feira", "Terça-feira", "Quarta-feira",
-        "Quinta-feira", "Sexta-feira",  "Sábado"};
+        "Domingo",      "Segunda-feira", "Terça-feira", "Quarta-feira",
+        "Quinta-feira", "Sexta-feira",   "Sábado"};
     const std::string_view name = kNames[static_cast<size_t>(Weekday(xDate) - 1)];
     return xAbbreviated ? Left(name, 3) : std::string(name);
 }

@@ -40,7 +40,7 @@ TEST(Format, ChoosesNumberDateOrTextByValueAndPattern) {
     const Date day = *DateSerial(2014, 3, 5);
     EXPECT_EQ(Format(1234.5, "#,##0.00"), "1.234,50");
     EXPECT_EQ(Format(12.0, "dd/mm/yyyy"), "11/01/1900");  // a number under a date pattern
-    EXPECT_EQ(Format(day, "0"), "41703");                  // a date under a number pattern
+    EXPECT_EQ(Format(day, "0"), "41703");                 // a date under a number pattern
     EXPECT_EQ(Format(day), "05/03/2014");
     EXPECT_EQ(Format(std::string_view("5/3/14"), "dd/mm/yyyy"), "05/03/2014");
     EXPECT_EQ(Format(std::string_view("1.234,5"), "0.0"), "1234,5");
@@ -57,10 +57,10 @@ TEST(Format, TextPatternsFillPlaceholders) {
         const char* pattern;
         const char* want;
     } cases[] = {
-        {"123", "@@@@@", "  123"},          {"123", "!@@@@@", "123  "},
-        {"123", "&&&&&", "123"},            {"12345678901", "@@@.@@@.@@@-@@", "123.456.789-01"},
-        {"abc", ">", "ABC"},                {"ÁGUA", "<", "água"},
-        {"123456", "@@@", "123456"},        {"12", "(@@)", "(12)"},
+        {"123", "@@@@@", "  123"},   {"123", "!@@@@@", "123  "},
+        {"123", "&&&&&", "123"},     {"12345678901", "@@@.@@@.@@@-@@", "123.456.789-01"},
+        {"abc", ">", "ABC"},         {"ÁGUA", "<", "água"},
+        {"123456", "@@@", "123456"}, {"12", "(@@)", "(12)"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(Format(std::string_view(c.text), c.pattern), c.want)

@@ -46,26 +46,32 @@ public:
 
     bool Parse(Record& out) {
         SkipBlanks();
-        if (!Object(out.members, &out.oracles)) return false;
+        if (!Object(out.members, &out.oracles))
+            return false;
         SkipBlanks();
         return pos_ == text_.size();
     }
 
 private:
     bool Object(Members& into, Members* nested) {
-        if (!Eat('{')) return false;
+        if (!Eat('{'))
+            return false;
         SkipBlanks();
-        if (Eat('}')) return true;
+        if (Eat('}'))
+            return true;
         bool sawNested = false;
         for (;;) {
             SkipBlanks();
             std::string key;
-            if (!String(key)) return false;
+            if (!String(key))
+                return false;
             SkipBlanks();
-            if (!Eat(':')) return false;
+            if (!Eat(':'))
+                return false;
             SkipBlanks();
             if (nested != nullptr && key == "oracles") {
-                if (sawNested || !Object(*nested, nullptr)) return false;
+                if (sawNested || !Object(*nested, nullptr))
+                    return false;
                 sawNested = true;
             } else {
                 Value value;
@@ -73,7 +79,8 @@ private:
                     return false;
             }
             SkipBlanks();
-            if (Eat(',')) continue;
+            if (Eat(','))
+                continue;
             return Eat('}');
         }
     }
@@ -81,44 +88,62 @@ private:
     bool Scalar(Value& out) {
         if (pos_ < text_.size() && text_[pos_] == '"') {
             std::string s;
-            if (!String(s)) return false;
+            if (!String(s))
+                return false;
             out = std::move(s);
             return true;
         }
-        if (Literal("true")) { out = true; return true; }
-        if (Literal("false")) { out = false; return true; }
+        if (Literal("true")) {
+            out = true;
+            return true;
+        }
+        if (Literal("false")) {
+            out = false;
+            return true;
+        }
         return false;
     }
 
     bool String(std::string& out) {
-        if (!Eat('"')) return false;
+        if (!Eat('"'))
+            return false;
         while (pos_ < text_.size()) {
             const char c = text_[pos_++];
-            if (c == '"') return true;
-            if (static_cast<unsigned char>(c) < 0x20) return false;
-            if (c != '\\') { out += c; continue; }
-            if (pos_ == text_.size()) return false;
+            if (c == '"')
+                return true;
+            if (static_cast<unsigned char>(c) < 0x20)
+                return false;
+            if (c != '\\') {
+                out += c;
+                continue;
+            }
+            if (pos_ == text_.size())
+                return false;
             const char e = text_[pos_++];
-            if (e != '"' && e != '\\' && e != '/') return false;
+            if (e != '"' && e != '\\' && e != '/')
+                return false;
             out += e;
         }
         return false;
     }
 
     bool Literal(std::string_view word) {
-        if (text_.substr(pos_, word.size()) != word) return false;
+        if (text_.substr(pos_, word.size()) != word)
+            return false;
         pos_ += word.size();
         return true;
     }
 
     bool Eat(char c) {
-        if (pos_ >= text_.size() || text_[pos_] != c) return false;
+        if (pos_ >= text_.size() || text_[pos_] != c)
+            return false;
         ++pos_;
         return true;
     }
 
     void SkipBlanks() {
-        while (pos_ < text_.size() && (text_[pos_] == ' ' || text_[pos_] == '\t')) ++pos_;
+        while (pos_ < text_.size() && (text_[pos_] == ' ' || text_[pos_] == '\t'))
+            ++pos_;
     }
 
     std::string_view text_;
@@ -160,7 +185,8 @@ public:
     static constexpr size_t kShown = 25;
 
     void Add(const std::string& detail) {
-        if (count_++ < kShown) ADD_FAILURE() << detail;
+        if (count_++ < kShown)
+            ADD_FAILURE() << detail;
     }
     size_t Count() const { return count_; }
 
@@ -170,8 +196,8 @@ private:
 
 TEST(KVOraclesHarness, ReaderAcceptsTheVectorShapeAndRejectsAnythingElse) {
     Record good;
-    ASSERT_TRUE(LineParser(R"({"doc":"1\"2\\3","kind":"cpf","oracles":{"a":true,"b":false}})")
-                    .Parse(good));
+    ASSERT_TRUE(
+        LineParser(R"({"doc":"1\"2\\3","kind":"cpf","oracles":{"a":true,"b":false}})").Parse(good));
     EXPECT_EQ(*Get<std::string>(good.members, "doc"), "1\"2\\3");
     EXPECT_EQ(*Get<bool>(good.oracles, "a"), true);
     EXPECT_EQ(*Get<bool>(good.oracles, "b"), false);
@@ -198,7 +224,8 @@ TEST(KVOraclesHarness, ReaderAcceptsTheVectorShapeAndRejectsAnythingElse) {
 
 bool AllDigits(std::string_view s) {
     for (char c : s)
-        if (c < '0' || c > '9') return false;
+        if (c < '0' || c > '9')
+            return false;
     return !s.empty();
 }
 
@@ -221,7 +248,10 @@ TEST(KVOracles, IsValidCPFOrCNPJMatchesIndependentValidators) {
     for (const Record& r : records) {
         const std::string* doc = Get<std::string>(r.members, "doc");
         const std::string* kind = Get<std::string>(r.members, "kind");
-        const size_t wantSize = kind == nullptr ? 0 : *kind == "cpf" ? 11 : *kind == "cnpj" ? 14 : 0;
+        const size_t wantSize = kind == nullptr   ? 0
+                                : *kind == "cpf"  ? 11
+                                : *kind == "cnpj" ? 14
+                                                  : 0;
         ASSERT_TRUE(doc != nullptr && wantSize != 0 && doc->size() == wantSize && AllDigits(*doc))
             << "line " << r.line << ": needs a digits-only \"doc\" of its \"kind\" (cpf or cnpj)";
         ASSERT_GE(r.oracles.size(), 2u) << "line " << r.line << ": needs two oracles";
@@ -240,7 +270,8 @@ TEST(KVOracles, IsValidCPFOrCNPJMatchesIndependentValidators) {
         }
         const bool want = *answers.begin();
         ++compared;
-        if (want) ++validCompared[*kind];
+        if (want)
+            ++validCompared[*kind];
 
         for (const std::string& input : {*doc, Masked(*doc)}) {
             const bool have = KV::IsValidCPFOrCNPJ(input);
@@ -285,11 +316,14 @@ bool IsScaleWord(std::string_view w) {
 std::string Words(std::string_view text, Source source) {
     std::string lowered(text);
     if (source == Source::KV) {
-        if (!lowered.empty() && lowered[0] >= 'A' && lowered[0] <= 'Z') lowered[0] += 'a' - 'A';
+        if (!lowered.empty() && lowered[0] >= 'A' && lowered[0] <= 'Z')
+            lowered[0] += 'a' - 'A';
     } else {
         for (char& c : lowered) {
-            if (c >= 'A' && c <= 'Z') c += 'a' - 'A';
-            if (source == Source::Extenso && c == ',') c = ' ';
+            if (c >= 'A' && c <= 'Z')
+                c += 'a' - 'A';
+            if (source == Source::Extenso && c == ',')
+                c = ' ';
         }
     }
 
@@ -303,13 +337,17 @@ std::string Words(std::string_view text, Source source) {
             word.clear();
         }
     }
-    if (source == Source::KV || !word.empty()) raw.push_back(word);
+    if (source == Source::KV || !word.empty())
+        raw.push_back(word);
 
     std::vector<std::string> words;
     for (std::string& w : raw) {
-        if (w == "de") continue;
-        if (w == "e" && !words.empty() && IsScaleWord(words.back())) continue;
-        if (w == "catorze") w = "quatorze";
+        if (w == "de")
+            continue;
+        if (w == "e" && !words.empty() && IsScaleWord(words.back()))
+            continue;
+        if (w == "catorze")
+            w = "quatorze";
         if (source == Source::Extenso && w == "mil" && (words.empty() || IsScaleWord(words.back())))
             words.emplace_back("um");
         words.push_back(std::move(w));
@@ -317,7 +355,8 @@ std::string Words(std::string_view text, Source source) {
 
     std::string joined;
     for (const std::string& w : words) {
-        if (!joined.empty()) joined += ' ';
+        if (!joined.empty())
+            joined += ' ';
         joined += w.empty() ? "<blank>" : w;
     }
     return joined;
@@ -343,8 +382,10 @@ std::optional<Amount> ParseAmount(const std::string& text) {
 // The cents words branch on the raw fraction at 0.1 and 0.2: below 0.1,
 // strictly between, or the rest.
 int FractionBranch(double fraction) {
-    if (fraction < 0.1) return 0;
-    if (fraction > 0.1 && fraction < 0.2) return 1;
+    if (fraction < 0.1)
+        return 0;
+    if (fraction > 0.1 && fraction < 0.2)
+        return 1;
     return 2;
 }
 
@@ -359,7 +400,8 @@ bool HasBinaryFraction(double value, int cents) {
     if (cents != 0) {
         want += '.';
         want += static_cast<char>('0' + cents / 10);
-        if (cents % 10 != 0) want += static_cast<char>('0' + cents % 10);
+        if (cents % 10 != 0)
+            want += static_cast<char>('0' + cents % 10);
     }
     return have != want || FractionBranch(fraction) != FractionBranch(cents / 100.0);
 }
@@ -374,7 +416,8 @@ bool HasMilhaoAfterTens(uint64_t reais) {
 
 bool EndsWithCurrency(const std::string& text) {
     for (std::string_view tail : {" real", " reais", " centavo", " centavos"}) {
-        if (text.size() > tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0)
+        if (text.size() > tail.size() &&
+            text.compare(text.size() - tail.size(), tail.size(), tail) == 0)
             return true;
     }
     return false;
@@ -431,8 +474,8 @@ TEST(KVOracles, CurrencyAsStrMatchesIndependentWordWriters) {
     }
 
     std::cout << "compared " << compared << ", excluded " << binaryFraction + milhaoAfterTens
-              << " (binary fraction " << binaryFraction << ", milhão after tens "
-              << milhaoAfterTens << "), oracles disagree " << disagree << "\n";
+              << " (binary fraction " << binaryFraction << ", milhão after tens " << milhaoAfterTens
+              << "), oracles disagree " << disagree << "\n";
     EXPECT_EQ(mismatches.Count(), 0u) << "(first " << Mismatches::kShown << " shown above)";
     EXPECT_GE(compared * 5, records.size() * 4) << "fewer than 80% of the amounts compared";
 }
@@ -461,7 +504,7 @@ TEST(KVOraclesHarness, BinaryFractionFlagsCentsADoubleDoesNotCarry) {
     EXPECT_FALSE(HasBinaryFraction(1.05, 5));
     EXPECT_FALSE(HasBinaryFraction(1234.5, 50));
     EXPECT_FALSE(HasBinaryFraction(9999999999.0, 0));
-    EXPECT_TRUE(HasBinaryFraction(1234.56, 56));   // 0.559999999999945
+    EXPECT_TRUE(HasBinaryFraction(1234.56, 56));  // 0.559999999999945
     EXPECT_TRUE(HasBinaryFraction(9999999999.99, 99));
     EXPECT_TRUE(HasBinaryFraction(1.10, 10));  // 0.10000000000000009: above 0.1
     EXPECT_TRUE(HasBinaryFraction(1.20, 20));  // 0.19999999999999996: below 0.2

@@ -12,12 +12,14 @@ namespace {
 class FixedToday : public ::testing::Test {
 protected:
     void SetUp() override {
-        SetClock([] { return *DateSerial(2026, 11, 21) ; });
+        SetClock([] { return *DateSerial(2026, 11, 21); });
     }
     void TearDown() override { SetClock(nullptr); }
 };
 
-Date D(int32_t year, int32_t month, int32_t day) { return *DateSerial(year, month, day); }
+Date D(int32_t year, int32_t month, int32_t day) {
+    return *DateSerial(year, month, day);
+}
 
 TEST(KVDates, IsValidDateFollowsLayoutRules) {
     struct Case {
@@ -27,18 +29,18 @@ TEST(KVDates, IsValidDateFollowsLayoutRules) {
     };
     const Case cases[] = {
         {"29/02/2000", 1, true},
-        {"29/02/1900", 1, false},   // divisible by 100, not by 400
+        {"29/02/1900", 1, false},  // divisible by 100, not by 400
         {"29/02/2400", 1, true},
         {"31/04/2010", 1, false},
         {"30/11/2014", 1, true},
         {"31/11/2014", 1, false},
-        {"1/1/14", 3, false},       // two-digit years never pass
-        {"01/01/2014", 3, true},    // ... but a four-digit one does, even under DD/MM/YY
-        {"31-12-2014", 1, true},    // the separator is found, not taken from the layout
+        {"1/1/14", 3, false},     // two-digit years never pass
+        {"01/01/2014", 3, true},  // ... but a four-digit one does, even under DD/MM/YY
+        {"31-12-2014", 1, true},  // the separator is found, not taken from the layout
         {"31.12.2014", 5, true},
         {" 01/01/2014 ", 1, true},
-        {"1x/2y/2014z", 1, true},   // each piece is read by its numeric prefix
-        {"2.5/3/2014", 1, true},    // 2.5 rounds half to even: day 2
+        {"1x/2y/2014z", 1, true},  // each piece is read by its numeric prefix
+        {"2.5/3/2014", 1, true},   // 2.5 rounds half to even: day 2
         {"0/1/2014", 1, false},
         {"31/12", 1, false},        // too few pieces
         {"31/12/99999", 1, false},  // overflows a 16-bit integer
@@ -50,10 +52,10 @@ TEST(KVDates, IsValidDateFollowsLayoutRules) {
         {"02/29/2012", 2, true},
         {"02/30/2012", 2, false},
         {"12-31-2014", 14, true},
-        {"25/12", 36, false},       // no-year layouts keep year 0: never valid
+        {"25/12", 36, false},  // no-year layouts keep year 0: never valid
         {"12/25", 45, false},
-        {"12/2014", 54, false},     // the second piece is taken as the day
-        {"12/14", 60, true},        // ... so this is day 14 of December this year
+        {"12/2014", 54, false},  // the second piece is taken as the day
+        {"12/14", 60, true},     // ... so this is day 14 of December this year
         {"02/30", 60, false},
         {"2014/12", 66, true},
         {"2014/13", 66, false},
@@ -75,12 +77,24 @@ TEST(KVDates, IsValidTimeReadsDelimitedAndPackedForms) {
         bool want;
     };
     const Case cases[] = {
-        {"2359", ":", true},          {"235959", ":", true},     {"235960", ":", false},
-        {"2400", ":", false},         {"0000", ":", true},       {"123", ":", false},
-        {"1234567", ":", false},      {"12h30", ":", false},     {"1:5", ":", true},
-        {"23:59:59", ":", true},      {"24:00", ":", false},     {"12:60", ":", false},
-        {"12:30:15:00", ":", false},  {"12:", ":", false},       {"ab:cd", ":", false},
-        {"-1:00", ":", false},        {"12.30", ".", true},      {"12.30", ":", false},
+        {"2359", ":", true},
+        {"235959", ":", true},
+        {"235960", ":", false},
+        {"2400", ":", false},
+        {"0000", ":", true},
+        {"123", ":", false},
+        {"1234567", ":", false},
+        {"12h30", ":", false},
+        {"1:5", ":", true},
+        {"23:59:59", ":", true},
+        {"24:00", ":", false},
+        {"12:60", ":", false},
+        {"12:30:15:00", ":", false},
+        {"12:", ":", false},
+        {"ab:cd", ":", false},
+        {"-1:00", ":", false},
+        {"12.30", ".", true},
+        {"12.30", ":", false},
         {"", ":", false},
     };
     for (const auto& c : cases) {
@@ -104,12 +118,12 @@ TEST_F(FixedToday, FormatAsDatePadsAndWidensYears) {
         {"5/3/2014", "dd/mm", "05/03"},
         {"5/3/2014", "mm/yyyy", "03/2014"},
         {"5/3/2014", "yyyy-mm", "2014-03"},
-        {"5/3", "dd/mm/yyyy", "05/03/2026"},           // this year
-        {"31/02/2014", "dd/mm/yyyy", "31/02/2014"},    // not a date: the pieces pass through
-        {"31/02/14", "dd/mm/yyyy", "31/02/2014"},      // ... and a two-digit year below 50 is 20xx
-        {"31/02/75", "dd/mm/yyyy", "31/02/1975"},      // ... otherwise 19xx
-        {"5/3/2014", "dddd", "quarta-feira"},          // any other format: the host's text
-        {"abc", "dd/mm/yyyy", ""},                     // too few pieces
+        {"5/3", "dd/mm/yyyy", "05/03/2026"},         // this year
+        {"31/02/2014", "dd/mm/yyyy", "31/02/2014"},  // not a date: the pieces pass through
+        {"31/02/14", "dd/mm/yyyy", "31/02/2014"},    // ... and a two-digit year below 50 is 20xx
+        {"31/02/75", "dd/mm/yyyy", "31/02/1975"},    // ... otherwise 19xx
+        {"5/3/2014", "dddd", "quarta-feira"},        // any other format: the host's text
+        {"abc", "dd/mm/yyyy", ""},                   // too few pieces
         {"", "dd/mm/yyyy", ""},
     };
     for (const auto& c : cases) {
@@ -175,14 +189,22 @@ TEST(KVDocuments, CPFAndCNPJCheckDigits) {
         const char* document;
         bool want;
     } cases[] = {
-        {"111.444.777-35", true},      {"11144477735", true},
-        {"111.444.777-36", false},     {"111.444.777-45", false},
-        {"11.444.777/0001-61", true},  {"11444777000161", true},
-        {"11.444.777/0001-62", false}, {"11.444.777/0001-71", false},
-        {"00000000000", true},         {"11111111111", true},  // equal digits are not refused
-        {"00000000000000", true},      {"1114447773a", false},
-        {"111 444 777 35", false},     {"1234567890", false},
-        {"", false},                   {"111.444.777-3５", false},  // a full-width digit
+        {"111.444.777-35", true},
+        {"11144477735", true},
+        {"111.444.777-36", false},
+        {"111.444.777-45", false},
+        {"11.444.777/0001-61", true},
+        {"11444777000161", true},
+        {"11.444.777/0001-62", false},
+        {"11.444.777/0001-71", false},
+        {"00000000000", true},
+        {"11111111111", true},  // equal digits are not refused
+        {"00000000000000", true},
+        {"1114447773a", false},
+        {"111 444 777 35", false},
+        {"1234567890", false},
+        {"", false},
+        {"111.444.777-3５", false},  // a full-width digit
         {"-1-1-1-4-4-4-7-7-7-3-5-", true},
     };
     for (const auto& c : cases) {
@@ -195,10 +217,13 @@ TEST(KVDocuments, IsValidEmail) {
         const char* email;
         bool want;
     } cases[] = {
-        {"a@b.c", true},       {"a..b@c.d", false},  {"a@b@c.d", false},  {"a b@c.d", false},
-        {"", false},           {"ab.c", false},      {"a@bc", false},     {"a.@b.c", false},
-        {"a@.b.c", false},     {".a@b.c", true},     {"a@b.c.", true},    {"a+b@c.d", false},
-        {"a_b-c@d.e", true},   {"joão@empresa.com.br", true},
+        {"a@b.c", true},     {"a..b@c.d", false},
+        {"a@b@c.d", false},  {"a b@c.d", false},
+        {"", false},         {"ab.c", false},
+        {"a@bc", false},     {"a.@b.c", false},
+        {"a@.b.c", false},   {".a@b.c", true},
+        {"a@b.c.", true},    {"a+b@c.d", false},
+        {"a_b-c@d.e", true}, {"joão@empresa.com.br", true},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(KV::IsValidEmail(c.email), c.want) << c.email;
@@ -232,9 +257,9 @@ TEST(KVDocuments, IsValidIP) {
         const char* ip;
         bool want;
     } cases[] = {
-        {"192.168.0.1", true},  {"001.002.003.004", true}, {"256.1.1.1", false},
-        {"1.2.3", false},       {"1.2.3.4.5", false},      {"1..3.4", false},
-        {"a.b.c.d", false},     {"1000.1.1.1", false},     {"", false},
+        {"192.168.0.1", true}, {"001.002.003.004", true}, {"256.1.1.1", false},
+        {"1.2.3", false},      {"1.2.3.4.5", false},      {"1..3.4", false},
+        {"a.b.c.d", false},    {"1000.1.1.1", false},     {"", false},
         {"-1.0.0.0", true},  // no lower bound
     };
     for (const auto& c : cases) {
@@ -252,8 +277,8 @@ TEST(KVDocuments, IsValidFileNameRefusesReservedCharactersAndLength) {
         accented += "ç";  // lengths count characters, not bytes
     }
     EXPECT_TRUE(KV::IsValidFileName(accented));
-    for (const char* bad : {"a\nb", "a\rb", "a\"b", "a*b", "a/b", "a:b", "a<b", "a>b", "a?b",
-                            "a\\b", "a|b"}) {
+    for (const char* bad :
+         {"a\nb", "a\rb", "a\"b", "a*b", "a/b", "a:b", "a<b", "a>b", "a?b", "a\\b", "a|b"}) {
         EXPECT_FALSE(KV::IsValidFileName(bad)) << bad;
     }
 }
