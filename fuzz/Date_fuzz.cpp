@@ -10,6 +10,8 @@
 #include "kelvara/base/detail/DateDetail.h"
 #include "kelvara/base/detail/FormatDetail.h"
 
+#include "FuzzInput.h"
+
 using namespace kelvara;
 
 namespace {
@@ -17,7 +19,7 @@ namespace {
 int64_t SecondsOf(Date date) {
     const auto parts = detail::SplitDate(date);
     if (!parts) {
-        __builtin_trap();
+        kelvara::fuzz::Check(false);
     }
     return parts->dayNumber * 86400 + parts->hour * 3600 + parts->minute * 60 + parts->second;
 }
@@ -28,13 +30,13 @@ void CheckRoundTrip(std::string_view text, const Locale& locale) {
         return;
     }
     if (!parsed->IsValid()) {
-        __builtin_trap();
+        kelvara::fuzz::Check(false);
     }
     // The printed text is day-first, so it is read back under pt-BR.
     const std::string printed = detail::FormatDate(*parsed, "dd/mm/yyyy hh:nn:ss", locale);
     const auto again = CDate(printed, Locale::PtBR());
     if (!again || SecondsOf(*again) != SecondsOf(*parsed)) {
-        __builtin_trap();
+        kelvara::fuzz::Check(false);
     }
 }
 

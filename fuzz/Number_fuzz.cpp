@@ -21,15 +21,13 @@
 #include "kelvara/base/Number.h"
 #include "kelvara/base/detail/FormatDetail.h"
 
+#include "FuzzInput.h"
+
 namespace {
 
 using namespace kelvara;
 
-void Check(bool ok) {
-    if (!ok) {
-        std::abort();
-    }
-}
+using kelvara::fuzz::Check;
 
 void CheckText(std::string_view text, const Locale& locale) {
     const std::optional<double> value = CDbl(text, locale);
@@ -79,11 +77,7 @@ void CheckFormat(double value, std::string_view pattern, const Locale& locale) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string_view input(reinterpret_cast<const char*>(data), size);
-    const size_t newline = input.find('\n');
-    const std::string_view valueText = input.substr(0, newline);
-    const std::string_view pattern =
-        newline == std::string_view::npos ? std::string_view() : input.substr(newline + 1);
+    const auto [valueText, pattern] = kelvara::fuzz::SplitInput(data, size, '\n');
 
     const double value = Val(valueText);
     Check(!std::isnan(value));

@@ -9,15 +9,13 @@
 
 #include "kelvara/base/Text.h"
 
+#include "FuzzInput.h"
+
 namespace {
 
 using kelvara::CompareMethod;
 
-void Check(bool holds) {
-    if (!holds) {
-        __builtin_trap();
-    }
-}
+using kelvara::fuzz::Check;
 
 bool IsWellFormed(std::string_view text) {
     return kelvara::ToUtf8(kelvara::ToUtf32(text)) == text;
@@ -68,11 +66,7 @@ void Exercise(std::string_view text, std::string_view other, CompareMethod compa
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string_view input(reinterpret_cast<const char*>(data), size);
-    const size_t cut = input.find('\0');
-    const std::string_view text = input.substr(0, cut);
-    const std::string_view other =
-        cut == std::string_view::npos ? std::string_view() : input.substr(cut + 1);
+    const auto [text, other] = kelvara::fuzz::SplitInput(data, size, '\0');
 
     const int32_t length = kelvara::Len(text);
     Check(length >= 0 && static_cast<size_t>(length) <= text.size());

@@ -335,35 +335,38 @@ std::optional<int64_t> DateDiff(std::string_view interval, Date date1, Date date
     return std::nullopt;
 }
 
+namespace {
+
 // Out-of-range dates have no parts; they read as 0.
-int32_t Year(Date date) {
+int32_t Part(Date date, int32_t detail::DateParts::*field) {
     const auto parts = detail::SplitDate(date);
-    return parts ? parts->year : 0;
+    return parts ? (*parts).*field : 0;
+}
+
+}  // namespace
+
+int32_t Year(Date date) {
+    return Part(date, &detail::DateParts::year);
 }
 
 int32_t Month(Date date) {
-    const auto parts = detail::SplitDate(date);
-    return parts ? parts->month : 0;
+    return Part(date, &detail::DateParts::month);
 }
 
 int32_t Day(Date date) {
-    const auto parts = detail::SplitDate(date);
-    return parts ? parts->day : 0;
+    return Part(date, &detail::DateParts::day);
 }
 
 int32_t Hour(Date date) {
-    const auto parts = detail::SplitDate(date);
-    return parts ? parts->hour : 0;
+    return Part(date, &detail::DateParts::hour);
 }
 
 int32_t Minute(Date date) {
-    const auto parts = detail::SplitDate(date);
-    return parts ? parts->minute : 0;
+    return Part(date, &detail::DateParts::minute);
 }
 
 int32_t Second(Date date) {
-    const auto parts = detail::SplitDate(date);
-    return parts ? parts->second : 0;
+    return Part(date, &detail::DateParts::second);
 }
 
 int32_t Weekday(Date date, FirstDayOfWeek firstDay) {
