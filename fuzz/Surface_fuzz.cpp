@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "fuzz/FuzzInput.h"
+#include "FuzzInput.h"
 #include "kelvara/image/API32bppDIB.h"
 
 using kelvara::fuzz::Check;
