@@ -89,14 +89,14 @@ bool API32bppDIB::isZlibEnabled() const {
 
 bool API32bppDIB::InitializeDIB(int32_t newWidth, int32_t newHeight) {
     DestroyDIB();
-    if (newWidth < 0 || newHeight == 0) {
+    if (newWidth < 0 || newHeight == 0 || newHeight == INT32_MIN) {
         return false;
     }
     if (newHeight < 0) {
         newHeight = -newHeight;
     }
     // The byte size must fit 32 bits; anything larger fails quietly.
-    if (int64_t{newWidth} * int64_t{newHeight} * 4 > INT32_MAX) {
+    if (int64_t{newWidth} * int64_t{newHeight} > INT32_MAX / 4) {
         return false;
     }
     if (!pixels.Allocate(newWidth, newHeight, RowOrder::BottomUp)) {
