@@ -19,43 +19,67 @@ inline uint8_t Saturate(uint32_t x) {
     return static_cast<uint8_t>(x > 255 ? 255 : x);
 }
 
+// Each pixel's bytes are read into locals before any is written, so that the
+// compiler need not assume the source changes under the target's stores;
+// they are stored as bytes again (a word load of bytes just stored would
+// stall the store forwarding).
+struct Bytes4 {
+    uint32_t v[4];
+};
+
+inline Bytes4 Load(const uint8_t* p) {
+    return Bytes4{{p[0], p[1], p[2], p[3]}};
+}
+
+inline void Store(uint8_t* p, const Bytes4& b) {
+    p[0] = static_cast<uint8_t>(b.v[0]);
+    p[1] = static_cast<uint8_t>(b.v[1]);
+    p[2] = static_cast<uint8_t>(b.v[2]);
+    p[3] = static_cast<uint8_t>(b.v[3]);
+}
+
 // One pixel, source alpha taking part, constant alpha 255.
 inline void BlendOver(const uint8_t* s, uint8_t* d) {
-    const uint32_t a = s[3];
+    const Bytes4 in = Load(s);
+    const uint32_t a = in.v[3];
     if (a == 255) {
-        std::memcpy(d, s, 4);
+        Store(d, in);
         return;
     }
-    uint32_t word;
-    std::memcpy(&word, s, 4);
-    if (word == 0) {
+    if ((in.v[0] | in.v[1] | in.v[2] | a) == 0) {
         return;
     }
+    Bytes4 out = Load(d);
     const uint32_t inverse = 255 - a;
     for (int i = 0; i < 4; ++i) {
-        d[i] = Saturate(s[i] + Div255(d[i] * inverse));
+        out.v[i] = Saturate(in.v[i] + Div255(out.v[i] * inverse));
     }
+    Store(d, out);
 }
 
 // One pixel, source alpha taking part, scaled by a constant alpha below 255.
 inline void BlendOverScaled(const uint8_t* s, uint8_t* d, uint32_t constant) {
-    uint32_t word;
-    std::memcpy(&word, s, 4);
-    if (word == 0) {
+    const Bytes4 in = Load(s);
+    if ((in.v[0] | in.v[1] | in.v[2] | in.v[3]) == 0) {
         return;
     }
-    const uint32_t inverse = 255 - Div255(s[3] * constant);
+    Bytes4 out = Load(d);
+    const uint32_t inverse = 255 - Div255(in.v[3] * constant);
     for (int i = 0; i < 4; ++i) {
-        d[i] = Saturate(Div255(s[i] * constant) + Div255(d[i] * inverse));
+        out.v[i] = Saturate(Div255(in.v[i] * constant) + Div255(out.v[i] * inverse));
     }
+    Store(d, out);
 }
 
 // One pixel, the source counted as opaque: a plain cross-fade.
 inline void CrossFade(const uint8_t* s, uint8_t* d, uint32_t constant) {
+    const Bytes4 in = Load(s);
+    Bytes4 out = Load(d);
     const uint32_t inverse = 255 - constant;
     for (int i = 0; i < 4; ++i) {
-        d[i] = static_cast<uint8_t>(Div255(s[i] * constant) + Div255(d[i] * inverse));
+        out.v[i] = Div255(in.v[i] * constant) + Div255(out.v[i] * inverse);
     }
+    Store(d, out);
 }
 
 enum class Mode { Over, OverScaled, Copy, CrossFade };
@@ -70,20 +94,29 @@ Mode ModeOf(BlendFunction function) {
 // Blends `count` pixels; `columns` holds each one's source byte offset from
 // `srcRow`, or is null when the columns run one to one from there.
 template <Mode mode>
+inline void BlendPixel(const uint8_t* s, uint8_t* d, uint32_t constant) {
+    if constexpr (mode == Mode::Over) {
+        BlendOver(s, d);
+    } else if constexpr (mode == Mode::OverScaled) {
+        BlendOverScaled(s, d, constant);
+    } else if constexpr (mode == Mode::Copy) {
+        std::memcpy(d, s, 4);
+    } else {
+        CrossFade(s, d, constant);
+    }
+}
+
+template <Mode mode>
 void BlendRow(const uint8_t* srcRow, const int32_t* columns, uint8_t* destRow, int32_t count,
               uint32_t constant) {
-    for (int32_t x = 0; x < count; ++x) {
-        const uint8_t* s = columns ? srcRow + columns[x] : srcRow + static_cast<size_t>(x) * 4;
-        uint8_t* d = destRow + static_cast<size_t>(x) * 4;
-        if constexpr (mode == Mode::Over) {
-            BlendOver(s, d);
-        } else if constexpr (mode == Mode::OverScaled) {
-            BlendOverScaled(s, d, constant);
-        } else if constexpr (mode == Mode::Copy) {
-            std::memcpy(d, s, 4);
-        } else {
-            CrossFade(s, d, constant);
+    if (columns == nullptr) {
+        for (int32_t x = 0; x < count; ++x, srcRow += 4, destRow += 4) {
+            BlendPixel<mode>(srcRow, destRow, constant);
         }
+        return;
+    }
+    for (int32_t x = 0; x < count; ++x, destRow += 4) {
+        BlendPixel<mode>(srcRow + columns[x], destRow, constant);
     }
 }
 

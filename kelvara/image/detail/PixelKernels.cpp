@@ -1,6 +1,7 @@
 #include "kelvara/image/detail/PixelKernels.h"
 
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
 #include <cstring>
 #include <memory>
@@ -16,6 +17,21 @@ namespace {
 
 inline uint8_t Saturate(uint32_t x) {
     return static_cast<uint8_t>(x > 255 ? 255 : x);
+}
+
+// A weighted gray sum (0 to about 255) rounded half to even and kept within
+// the pixel's alpha. Adding and taking away 1.5 × 2²³ leaves the float
+// rounded to a whole number in the default rounding mode, the same as lrint
+// without a library call per pixel.
+inline uint8_t GrayByte(float sum, uint8_t alpha) {
+#if FLT_EVAL_METHOD == 0
+    const float whole = (sum + 12582912.0f) - 12582912.0f;
+#else
+    // Wider intermediates would defeat the trick.
+    const float whole = static_cast<float>(std::lrint(sum));
+#endif
+    const float capped = std::clamp(whole, 0.0f, static_cast<float>(alpha));
+    return static_cast<uint8_t>(capped);
 }
 
 // --- The two-by-two weights of the bilinear stretch ------------------------
@@ -171,7 +187,11 @@ void LightRow(const uint8_t* in, uint8_t* out, int32_t count, const LightTable& 
 //   a = 0:              the pixel is left alone
 // The alpha byte follows the same rule with s = a, never grayed.
 
-template <bool kHasAlpha, bool kGray>
+// Each pixel's bytes are read into locals before any is written, so that the
+// compiler need not assume the source changes under the target's stores;
+// they are stored as bytes again (a word load of bytes just stored would
+// stall the store forwarding).
+template <bool kHasAlpha, bool kGray, bool kFull>
 void BlendRow(const uint8_t* s, uint8_t* d, int32_t count, uint32_t constant,
               const GrayLevels* gray) {
     for (int32_t x = 0; x < count; ++x, s += 4, d += 4) {
@@ -179,47 +199,59 @@ void BlendRow(const uint8_t* s, uint8_t* d, int32_t count, uint32_t constant,
         if (a == 0) {
             continue;
         }
-        uint32_t colour[3] = {s[0], s[1], s[2]};
+        uint32_t c0 = s[0];
+        uint32_t c1 = s[1];
+        uint32_t c2 = s[2];
         if constexpr (kGray) {
-            const uint32_t g = gray->RedFirst(s);
-            colour[0] = colour[1] = colour[2] = g;
+            c0 = c1 = c2 = gray->RedFirst(s);
         }
-        if (constant == 255) {
+        if constexpr (kFull) {
             if (a == 255) {
-                d[0] = static_cast<uint8_t>(colour[0]);
-                d[1] = static_cast<uint8_t>(colour[1]);
-                d[2] = static_cast<uint8_t>(colour[2]);
+                d[0] = static_cast<uint8_t>(c0);
+                d[1] = static_cast<uint8_t>(c1);
+                d[2] = static_cast<uint8_t>(c2);
                 if constexpr (kHasAlpha) {
                     d[3] = 255;
                 }
                 continue;
             }
+        }
+        const uint32_t d0 = d[0];
+        const uint32_t d1 = d[1];
+        const uint32_t d2 = d[2];
+        const uint32_t d3 = d[3];
+        if constexpr (kFull) {
             const uint32_t inverse = 255 - a;
-            for (int k = 0; k < 3; ++k) {
-                d[k] = Saturate(inverse * d[k] / 255 + colour[k]);
-            }
+            d[0] = Saturate(inverse * d0 / 255 + c0);
+            d[1] = Saturate(inverse * d1 / 255 + c1);
+            d[2] = Saturate(inverse * d2 / 255 + c2);
             if constexpr (kHasAlpha) {
-                d[3] = Saturate(inverse * d[3] / 255 + a);
+                d[3] = Saturate(inverse * d3 / 255 + a);
             }
-            continue;
-        }
-        const uint32_t inverse = 255 - a * constant / 255;
-        for (int k = 0; k < 3; ++k) {
-            d[k] = Saturate((inverse * d[k] + colour[k] * constant) / 255);
-        }
-        if constexpr (kHasAlpha) {
-            d[3] = Saturate((inverse * d[3] + a * constant) / 255);
+        } else {
+            const uint32_t inverse = 255 - a * constant / 255;
+            d[0] = Saturate((inverse * d0 + c0 * constant) / 255);
+            d[1] = Saturate((inverse * d1 + c1 * constant) / 255);
+            d[2] = Saturate((inverse * d2 + c2 * constant) / 255);
+            if constexpr (kHasAlpha) {
+                d[3] = Saturate((inverse * d3 + a * constant) / 255);
+            }
         }
     }
 }
 
 using BlendRowFn = void (*)(const uint8_t*, uint8_t*, int32_t, uint32_t, const GrayLevels*);
 
-BlendRowFn BlendRowFor(bool hasAlpha, bool gray) {
+template <bool kHasAlpha, bool kGray>
+BlendRowFn BlendRowFor(bool full) {
+    return full ? BlendRow<kHasAlpha, kGray, true> : BlendRow<kHasAlpha, kGray, false>;
+}
+
+BlendRowFn BlendRowFor(bool hasAlpha, bool gray, bool full) {
     if (hasAlpha) {
-        return gray ? BlendRow<true, true> : BlendRow<true, false>;
+        return gray ? BlendRowFor<true, true>(full) : BlendRowFor<true, false>(full);
     }
-    return gray ? BlendRow<false, true> : BlendRow<false, false>;
+    return gray ? BlendRowFor<false, true>(full) : BlendRowFor<false, false>(full);
 }
 
 // --- Rotation ---------------------------------------------------------------
@@ -435,13 +467,11 @@ GrayLevels::GrayLevels(ENUM_GRAY_SCALE_FORMULAS formula) {
 }
 
 uint8_t GrayLevels::RedFirst(const uint8_t* bgra) const {
-    const float sum = red[bgra[2]] + green[bgra[1]] + blue[bgra[0]];
-    return static_cast<uint8_t>(std::clamp<long>(std::lrint(sum), 0, bgra[3]));
+    return GrayByte(red[bgra[2]] + green[bgra[1]] + blue[bgra[0]], bgra[3]);
 }
 
 uint8_t GrayLevels::BlueFirst(const uint8_t* bgra) const {
-    const float sum = blue[bgra[0]] + green[bgra[1]] + red[bgra[2]];
-    return static_cast<uint8_t>(std::clamp<long>(std::lrint(sum), 0, bgra[3]));
+    return GrayByte(blue[bgra[0]] + green[bgra[1]] + red[bgra[2]], bgra[3]);
 }
 
 bool BlendBits(const RenderTarget& target, int32_t destX, int32_t destY, const PixelBuffer& src,
@@ -464,15 +494,17 @@ bool BlendBits(const RenderTarget& target, int32_t destX, int32_t destY, const P
                     static_cast<int32_t>(area.Left + (right - destX)),
                     static_cast<int32_t>(area.Top + (bottom - destY))};
 
-    const PixelBuffer* from = &src;
-    RECT fromArea = part;
-    PixelBuffer lit;
-    if (options.LightAdjustment != 0) {
-        if (!LightAdjust(src, part, options.LightAdjustment, lit)) {
+    // The light adjustment goes through one row at a time, the same bytes a
+    // lit copy of the whole part would give.
+    const bool lit = options.LightAdjustment != 0;
+    std::unique_ptr<uint8_t[]> litRow;
+    LightTable light{};
+    if (lit) {
+        litRow.reset(new (std::nothrow) uint8_t[static_cast<size_t>(part.Width()) * 4]);
+        if (!litRow) {
             return false;
         }
-        from = &lit;
-        fromArea = WholeOf(lit);
+        light = MakeLightTable(options.LightAdjustment);
     }
 
     const bool gray = options.GrayScale != ENUM_GRAY_SCALE_FORMULAS::GrayScaleNone;
@@ -483,11 +515,15 @@ bool BlendBits(const RenderTarget& target, int32_t destX, int32_t destY, const P
             return false;
         }
     }
-    const BlendRowFn blend = BlendRowFor(target.HasAlpha, gray);
+    const BlendRowFn blend = BlendRowFor(target.HasAlpha, gray, options.Alpha == 255);
     const int32_t count = part.Width();
     for (int32_t y = 0; y < part.Height(); ++y) {
-        blend(from->Pixel(fromArea.Left, fromArea.Top + y),
-              dest.Pixel(static_cast<int32_t>(left), static_cast<int32_t>(top) + y), count,
+        const uint8_t* row = src.Pixel(part.Left, part.Top + y);
+        if (lit) {
+            LightRow(row, litRow.get(), count, light);
+            row = litRow.get();
+        }
+        blend(row, dest.Pixel(static_cast<int32_t>(left), static_cast<int32_t>(top) + y), count,
               options.Alpha, levels.get());
     }
     return true;
