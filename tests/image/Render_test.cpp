@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <initializer_list>
 #include <ostream>
@@ -210,6 +211,18 @@ TEST(Render, ZeroOpacityAndMissingPiecesDrawNothing) {
     EXPECT_FALSE(Draw(src, none)) << "target without an image";
     EXPECT_FALSE(src.Render(nullptr, 0, 0, 0, 0, 5, 0, 0, 0, 100, true, true, &host))
         << "source area outside the picture";
+}
+
+TEST(Render, SizesPastMemoryFailQuietly) {
+    API32bppDIB src, host;
+    Fill(src, 2, 2, {{1, 1, 1, 255}});
+    Fill(host, 4, 4);
+    EXPECT_FALSE(src.Render(nullptr, 0, 0, INT32_MAX, INT32_MAX, 0, 0, 0, 0, 100, true, true, &host,
+                            GrayScaleNone, 0, 45));
+    // The area crosses a tile's corner, so a whole tile would be needed.
+    EXPECT_FALSE(src.TileImage(nullptr, 0, 0, 4, 4, INT32_MAX, INT32_MAX, -2, -2, 100, true, false,
+                               false, &host));
+    EXPECT_EQ(Read(host), std::vector<Px>(16, kZero));
 }
 
 // AlphaBlend rounds, our own blend truncates: a half-transparent pixel shows
