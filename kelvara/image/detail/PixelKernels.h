@@ -67,13 +67,15 @@ bool MirrorBits(const PixelBuffer& src, const RECT& area, Mirror mirror, PixelBu
 // Nearest: target column x reads source column ⌊x·f + left⌋, f = width ratio;
 // target row y, counted from the bottom, reads row ⌊y·g + base⌋ from the
 // bottom, base being the area's bottom row.
-// Bilinear: the same positions, blended by the weights of BilinearWeights
-// below, each output byte the floor of its weighted sum.
+// Bilinear: the same positions, the two-by-two neighbours blended by the
+// weights described beside ColumnWeights and RowWeights in the .cpp, each
+// output byte the floor of its weighted sum.
 bool StretchBits(const PixelBuffer& src, const RECT& area, int32_t destWidth, int32_t destHeight,
                  const RECT& visible, Sampling sampling, PixelBuffer& out);
 
-// Moves each colour of each pixel by alpha × adjustment / 100 (rounded as
-// described in PixelKernels.cpp): up to the pixel's alpha when lightening,
+// Moves each colour of each pixel by d = round(a × f) / 255 (a the pixel's
+// alpha, f = adjustment / 100 × 255 in single precision, rounded half to
+// even, the division truncating): up to the pixel's alpha when lightening,
 // down to 0 when darkening. Alpha stays; zero pixels stay zero.
 bool LightAdjust(const PixelBuffer& src, const RECT& area, float adjustment, PixelBuffer& out);
 void LightAdjust(PixelBuffer& pixels, float adjustment);
