@@ -10,10 +10,11 @@ bool PixelBuffer::Allocate(int32_t newWidth, int32_t newHeight, RowOrder newOrde
     if (newWidth < 1 || newHeight < 1) {
         return false;
     }
-    const int64_t size = int64_t{newWidth} * int64_t{newHeight} * 4;
-    if (size > kMaxBytes) {
+    // Divided first: two 31-bit sides times four would overflow 64 bits.
+    if (int64_t{newWidth} > kMaxBytes / 4 / newHeight) {
         return false;
     }
+    const int64_t size = int64_t{newWidth} * int64_t{newHeight} * 4;
     // Value-initialised, so the block starts zeroed.
     bytes.reset(new (std::nothrow) uint8_t[static_cast<size_t>(size)]());
     if (!bytes) {
