@@ -5,6 +5,9 @@
 
 #include "kelvara/image/APIGDIPlus.h"
 #include "kelvara/image/Zlib.h"
+#include "kelvara/image/bmp/APIBMPParser.h"
+#include "kelvara/image/ico/APIICOParser.h"
+#include "kelvara/image/png/APIPNGParser.h"
 #include "kelvara/image/png/APIPNGWriter.h"
 
 namespace kelvara {
@@ -18,6 +21,11 @@ constexpr int32_t kHasAlphaBlend = 8;
 constexpr int32_t kAlphaBlendOnRequest = 16;
 constexpr int32_t kNoGDIplus = 32;
 constexpr int32_t kHasHalftone = 64;
+
+// Files of this size or less are not pictures the readers are shown.
+constexpr int64_t kSmallestFile = 56;
+// Streams shorter than this are refused before any reader looks.
+constexpr int64_t kSmallestStream = 20;
 
 uintptr_t NextHandle() {
     static std::atomic<uintptr_t> last{0};
@@ -124,6 +132,83 @@ void API32bppDIB::CopySettingsTo(API32bppDIB& other) const {
     other.alpha = alpha;
     other.originalBytes = originalBytes;
     other.tag = tag;
+}
+
+// --- Alpha ------------------------------------------------------------------
+
+void API32bppDIB::ValidateAlphaChannel(bool PreMultiply, ENUM_ALPHA_TYPE& Alpha,
+                                       ENUM_IMAGE_FORMAT& ImageType) {
+    if (handle == 0) {
+        return;
+    }
+    uint8_t* bits = pixels.Bits();
+    const size_t count = pixels.ByteSize() / 4;
+
+    // The scan's states: 0 nothing against premultiplied form yet; 1 a colour
+    // seen under zero alpha; 2 proof that the colours are not premultiplied.
+    int state = 0;
+    size_t transparent = 0;
+    size_t opaque = 0;
+    if (ImageType != ENUM_IMAGE_FORMAT::ImageError) {
+        for (size_t i = 0; i < count && state != 2; ++i) {
+            const uint8_t* px = bits + i * 4;
+            const uint8_t a = px[3];
+            if (a == 0) {
+                ++transparent;
+                if (state == 0 && (px[0] | px[1] | px[2]) != 0) {
+                    state = 1;
+                }
+            } else if (a == 255) {
+                if (state == 1) {
+                    state = 2;
+                } else {
+                    ++opaque;
+                }
+            } else if (state == 1 || px[0] > a || px[1] > a || px[2] > a) {
+                state = 2;
+            } else {
+                Alpha = ENUM_ALPHA_TYPE::AlphaComplex;
+            }
+        }
+    } else {
+        opaque = count;
+    }
+
+    if (transparent == count || opaque == count) {
+        ImageType = ENUM_IMAGE_FORMAT::ImageBitmap;
+        if (PreMultiply) {
+            for (size_t i = 0; i < count; ++i) {
+                bits[i * 4 + 3] = 255;
+            }
+        }
+        return;
+    }
+    // Some pixels use their alpha: a surface that mixes 0 and 255 only is
+    // at least simple.
+    if (Alpha == ENUM_ALPHA_TYPE::AlphaNone) {
+        Alpha = ENUM_ALPHA_TYPE::AlphaSimple;
+    }
+    if (state == 0) {
+        ImageType = ENUM_IMAGE_FORMAT::ImageBitmapPARGB;
+        return;
+    }
+    ImageType = ENUM_IMAGE_FORMAT::ImageBitmapARGB;
+    if (!PreMultiply) {
+        return;
+    }
+    Alpha = ENUM_ALPHA_TYPE::AlphaSimple;
+    for (size_t i = 0; i < count; ++i) {
+        uint8_t* px = bits + i * 4;
+        const uint32_t a = px[3];
+        if (a == 0) {
+            px[0] = px[1] = px[2] = 0;
+        } else if (a != 255) {
+            Alpha = ENUM_ALPHA_TYPE::AlphaComplex;
+            px[0] = static_cast<uint8_t>(px[0] * a / 255);
+            px[1] = static_cast<uint8_t>(px[1] * a / 255);
+            px[2] = static_cast<uint8_t>(px[2] * a / 255);
+        }
+    }
 }
 
 }  // namespace kelvara
