@@ -11,6 +11,7 @@
 
 #include "kelvara/base/Date.h"
 #include "kelvara/image/Zlib.h"
+#include "kelvara/image/png/APIPNGParser.h"
 #include "tests/image/CodecTestSupport.h"
 
 namespace kelvara {
@@ -140,6 +141,20 @@ std::optional<LibpngImage> DecodeWithLibpng(const std::vector<uint8_t>& bytes) {
     return ::testing::AssertionSuccess();
 }
 
+::testing::AssertionResult OurReaderMatchesSurface(const std::vector<uint8_t>& bytes,
+                                                   const API32bppDIB& surface) {
+    API32bppDIB back;
+    APIPNGParser parser;
+    if (!parser.LoadStream(bytes, back)) {
+        return ::testing::AssertionFailure() << "our reader refused the file";
+    }
+    if (back.ImageType() != ENUM_IMAGE_FORMAT::ImagePNG) {
+        return ::testing::AssertionFailure()
+               << "image type " << static_cast<int>(back.ImageType());
+    }
+    return test::SamePixels(back, surface);
+}
+
 struct SurfaceCase {
     const char* name;
     int32_t width;
@@ -213,7 +228,7 @@ std::vector<SurfaceCase> SurfaceCases() {
 
 class PngWriterRoundTrip : public ::testing::TestWithParam<bool> {};
 
-TEST_P(PngWriterRoundTrip, LibpngReadsEverySurfaceKindBackExactly) {
+TEST_P(PngWriterRoundTrip, LibpngAndOurReaderReadEverySurfaceKindBackExactly) {
     const ZlibScope zlib(GetParam());
     for (const SurfaceCase& c : SurfaceCases()) {
         SCOPED_TRACE(c.name);
@@ -227,6 +242,7 @@ TEST_P(PngWriterRoundTrip, LibpngReadsEverySurfaceKindBackExactly) {
         EXPECT_EQ(image->colorType, c.wantColorType);
         EXPECT_EQ(image->bitDepth, 8);
         EXPECT_TRUE(LibpngMatchesSurface(*image, surface));
+        EXPECT_TRUE(OurReaderMatchesSurface(bytes, surface));
     }
 }
 
@@ -252,6 +268,7 @@ TEST_P(PngWriterRoundTrip, EveryPremultipliedPairSurvives) {
     const auto image = DecodeWithLibpng(bytes);
     ASSERT_TRUE(image.has_value());
     EXPECT_TRUE(LibpngMatchesSurface(*image, surface));
+    EXPECT_TRUE(OurReaderMatchesSurface(bytes, surface));
 }
 
 TEST_P(PngWriterRoundTrip, LargeNoiseSpansSeveralIdatChunksAndStoredBlocks) {
@@ -268,6 +285,7 @@ TEST_P(PngWriterRoundTrip, LargeNoiseSpansSeveralIdatChunksAndStoredBlocks) {
     ASSERT_TRUE(image.has_value());
     EXPECT_GE(image->idatChunks, 2);
     EXPECT_TRUE(LibpngMatchesSurface(*image, surface));
+    EXPECT_TRUE(OurReaderMatchesSurface(bytes, surface));
 }
 
 INSTANTIATE_TEST_SUITE_P(Zlib, PngWriterRoundTrip, ::testing::Values(true, false),
