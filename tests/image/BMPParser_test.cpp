@@ -17,7 +17,7 @@ const std::string kBmpDir = std::string(KELVARA_IMAGE_DATA) + "/bmp/";
 
 void PutLE(std::vector<uint8_t>& out, uint64_t value, int bytes) {
     for (int i = 0; i < bytes; ++i) {
-        out.push_back(static_cast<uint8_t>(value >> (8 * i)));
+        out.push_back(i < 8 ? static_cast<uint8_t>(value >> (8 * i)) : 0);
     }
 }
 
