@@ -480,6 +480,8 @@ TEST(BmpParser, MalformedHeadersAreRefusedAndLeaveNoImage) {
         {"rows missing", with([](BmpSpec& s) { s.height = 3; })},
         {"60-byte file claiming 20000 x 20000",
          with([](BmpSpec& s) { s.width = 20000, s.height = 20000, s.data.resize(6); })},
+        {"sides whose product overflows 64 bits once multiplied by 4",
+         with([](BmpSpec& s) { s.width = INT32_MAX, s.height = INT32_MAX, s.bits = 8; })},
         {"more bytes than a surface holds",
          with([](BmpSpec& s) { s.width = 40000, s.height = -40000, s.bits = 1; })},
     };

@@ -334,20 +334,24 @@ Result<DibFormat, DibError> ReadDibHeader(std::span<const uint8_t> dib, bool ico
 }
 
 int64_t DibRowsSize(const DibFormat& format) {
-    return int64_t{ScanlineBytes(format.bitCount, format.width)} * format.height;
+    // Computed here rather than by ScanlineBytes, whose 32-bit answer a
+    // header's width can overflow.
+    const int64_t stride = (int64_t{format.width} * format.bitCount + 31) / 32 * 4;
+    return stride * format.height;
 }
 
 Result<DibAlpha, DibError> DecodeDib(const DibFormat& format, std::span<const uint8_t> palette,
                                      std::span<const uint8_t> bits, API32bppDIB& surface) {
+    // Both sides are below 2^31, so their product fits 64 bits.
     const int64_t pixelCount = int64_t{format.width} * format.height;
-    if (pixelCount * 4 > PixelBuffer::kMaxBytes) {
+    if (pixelCount > PixelBuffer::kMaxBytes / 4) {
         return Fail(DibError::TooLarge);
     }
     const bool rle =
         format.compression == DibCompression::Rle8 || format.compression == DibCompression::Rle4;
     if (rle) {
-        if (pixelCount > std::max(kRleFreePixels,
-                                  static_cast<int64_t>(bits.size()) * kRlePixelsPerByte)) {
+        if (pixelCount >
+            std::max(kRleFreePixels, static_cast<int64_t>(bits.size()) * kRlePixelsPerByte)) {
             return Fail(DibError::TooLittleData);
         }
     } else {
