@@ -166,12 +166,14 @@ int64_t DecodeRle(const DibFormat& format, const Palette& palette, std::span<con
     int32_t x = 0;
     int32_t r = 0;
     size_t at = 0;
+    // x stays at the row's end once there, so that no amount of data can
+    // make it overflow.
     auto put = [&](uint32_t index) {
         if (x < format.width) {
             std::copy_n(palette.entries[index].data(), 4, rows.Row(r) + static_cast<size_t>(x) * 4);
             ++written;
+            ++x;
         }
-        ++x;
     };
     while (r < format.height && at + 2 <= data.size()) {
         const uint8_t count = data[at];
@@ -192,7 +194,7 @@ int64_t DecodeRle(const DibFormat& format, const Palette& palette, std::span<con
             if (at + 2 > data.size()) {
                 break;
             }
-            x += data[at];
+            x = std::min(x + data[at], format.width);
             r += data[at + 1];
             at += 2;
         } else {  // absolute run of `value` pixels, padded to 16 bits
