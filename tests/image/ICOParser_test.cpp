@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "kelvara/image/Zlib.h"
 #include "kelvara/image/png/APIPNGWriter.h"
 #include "tests/image/CodecTestSupport.h"
 
@@ -344,6 +345,15 @@ TEST(IcoParser, NonIconsAndBrokenIconsAreRefusedAndLeaveNoImage) {
     auto huge = DibEntry(
         1, 1, 32, {}, [](int32_t, int32_t) { return 0u; }, [](int32_t, int32_t) { return false; });
     huge[4] = 0x40;  // width 64 × height 1 with one pixel of data
+    API32bppDIB small;
+    Fill(small, 2, 2, [](int32_t, int32_t) { return Straight{1, 2, 3, 255}; });
+    std::vector<uint8_t> bigPng;
+    ASSERT_TRUE(APIPNGWriter().SavePNG(small, bigPng));
+    bigPng[18] = bigPng[22] = 0x10;  // IHDR: 4098 x 4098 from a few bytes
+    const uint32_t crc = Zlib::Crc32({bigPng.data() + 12, 17});
+    for (int i = 0; i < 4; ++i) {
+        bigPng[29 + static_cast<size_t>(i)] = static_cast<uint8_t>(crc >> (24 - 8 * i));
+    }
     auto rle = SolidEntry(16, 8, 1);
     rle[16] = 1;
     const struct {
@@ -357,6 +367,7 @@ TEST(IcoParser, NonIconsAndBrokenIconsAreRefusedAndLeaveNoImage) {
         {"more entries than the stream holds", changed(4, 200)},
         {"entry past the end", changed(18, 0x7F)},
         {"too little data for its size", MakeIco(1, {{64, 1, 32, huge}})},
+        {"PNG entry promising far more than its bytes", MakeIco(1, {{0, 0, 32, bigPng}})},
         {"run-length entry", MakeIco(1, {{16, 16, 8, rle}})},
         {"header garbage", MakeIco(1, {{16, 16, 32, std::vector<uint8_t>(64, 0xAB)}})},
     };

@@ -16,6 +16,8 @@
 // - Colour entries must be uncompressed (or bit fields); run-length, JPEG
 //   and PNG inside a bitmap header fail.
 // - A missing AND mask reads as all opaque.
+// - A PNG entry whose header promises a surface of more than 1032 bytes per
+//   byte of the entry (and over 4 MiB) is refused before it is decoded.
 // - A pixel whose AND bit is set is transparent, also where the colour bits
 //   would ask the screen to be inverted: a surface cannot invert.
 
@@ -42,6 +44,12 @@ constexpr size_t kEntrySize = 16;
 // asks for none.
 constexpr int32_t kDefaultIconSize = 32;
 constexpr std::array<uint8_t, 8> kPngSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+
+// A PNG entry may promise at most this many surface bytes per byte of its
+// own (about deflate's greatest expansion), or this floor, whichever is more:
+// the PNG reader allocates what the header promises before inflating.
+constexpr uint64_t kPngBytesPerEntryByte = 1032;
+constexpr uint64_t kPngFreeBytes = uint64_t{1} << 22;
 
 enum class IcoKind { Icon = 1, Cursor = 2 };
 
@@ -177,6 +185,18 @@ std::optional<size_t> ChooseEntry(const Directory& directory, int32_t cx, int32_
     return best;
 }
 
+// False when the entry's IHDR asks for a surface its few bytes could not
+// fill.
+bool PngSizePlausible(std::span<const uint8_t> png) {
+    if (png.size() < 24) {
+        return true;  // the PNG reader refuses it anyway
+    }
+    const uint64_t width = ReadBE32(png, 16);
+    const uint64_t height = ReadBE32(png, 20);
+    const uint64_t limit = std::max(kPngFreeBytes, png.size() * kPngBytesPerEntryByte);
+    return width * height <= limit / 4;  // each side is below 2^32
+}
+
 enum class IcoError { Png, Dib, OutOfMemory };
 
 Result<Done, IcoError> DecodeDibEntry(std::span<const uint8_t> data, IcoKind kind,
@@ -257,7 +277,7 @@ bool APIICOParser::LoadStream(std::span<const uint8_t> Stream, API32bppDIB& Surf
         const bool cursor = directory->kind == IcoKind::Cursor;
         if (entry.png) {
             APIPNGParser png;
-            if (!png.LoadStream(entry.data, Surface)) {
+            if (!PngSizePlausible(entry.data) || !png.LoadStream(entry.data, Surface)) {
                 Surface.DestroyDIB();
                 return false;
             }
