@@ -33,7 +33,7 @@ void PutLE(std::vector<uint8_t>& out, uint64_t value, int bytes) {
 }
 
 // A bitmap file built field by field, for the forms no tool writes.
-struct BmpSpec {
+struct BmpFields {
     uint32_t headerSize = 40;
     int32_t width = 1;
     int32_t height = 1;
@@ -46,38 +46,38 @@ struct BmpSpec {
     int64_t offBits = -1;  // -1: right after the palette
 };
 
-std::vector<uint8_t> MakeBmp(const BmpSpec& spec) {
+std::vector<uint8_t> MakeBmp(const BmpFields& fields) {
     std::vector<uint8_t> header;
-    PutLE(header, spec.headerSize, 4);
-    if (spec.headerSize == 12) {
-        PutLE(header, static_cast<uint32_t>(spec.width), 2);
-        PutLE(header, static_cast<uint32_t>(spec.height), 2);
+    PutLE(header, fields.headerSize, 4);
+    if (fields.headerSize == 12) {
+        PutLE(header, static_cast<uint32_t>(fields.width), 2);
+        PutLE(header, static_cast<uint32_t>(fields.height), 2);
         PutLE(header, 1, 2);
-        PutLE(header, spec.bits, 2);
+        PutLE(header, fields.bits, 2);
     } else {
-        PutLE(header, static_cast<uint32_t>(spec.width), 4);
-        PutLE(header, static_cast<uint32_t>(spec.height), 4);
+        PutLE(header, static_cast<uint32_t>(fields.width), 4);
+        PutLE(header, static_cast<uint32_t>(fields.height), 4);
         PutLE(header, 1, 2);
-        PutLE(header, spec.bits, 2);
-        PutLE(header, spec.compression, 4);
+        PutLE(header, fields.bits, 2);
+        PutLE(header, fields.compression, 4);
         PutLE(header, 0, 4 * 3);
-        PutLE(header, spec.colorsUsed, 4);
+        PutLE(header, fields.colorsUsed, 4);
         PutLE(header, 0, 4);
-        for (const uint32_t mask : spec.masks) {
+        for (const uint32_t mask : fields.masks) {
             PutLE(header, mask, 4);
         }
-        if (header.size() < spec.headerSize) {
-            header.resize(spec.headerSize, 0);
+        if (header.size() < fields.headerSize) {
+            header.resize(fields.headerSize, 0);
         }
     }
     std::vector<uint8_t> out = {'B', 'M'};
-    const size_t dataAt = 14 + header.size() + spec.palette.size();
-    PutLE(out, 14 + header.size() + spec.palette.size() + spec.data.size(), 4);
+    const size_t dataAt = 14 + header.size() + fields.palette.size();
+    PutLE(out, 14 + header.size() + fields.palette.size() + fields.data.size(), 4);
     PutLE(out, 0, 4);
-    PutLE(out, spec.offBits >= 0 ? static_cast<uint64_t>(spec.offBits) : dataAt, 4);
+    PutLE(out, fields.offBits >= 0 ? static_cast<uint64_t>(fields.offBits) : dataAt, 4);
     out.insert(out.end(), header.begin(), header.end());
-    out.insert(out.end(), spec.palette.begin(), spec.palette.end());
-    out.insert(out.end(), spec.data.begin(), spec.data.end());
+    out.insert(out.end(), fields.palette.begin(), fields.palette.end());
+    out.insert(out.end(), fields.data.begin(), fields.data.end());
     return out;
 }
 
@@ -203,17 +203,17 @@ TEST(BmpParser, RunLengthDataDecodesRunsEscapesAndHoles) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        BmpSpec spec;
-        spec.width = c.width;
-        spec.height = c.height;
-        spec.bits = c.compression == 1 ? 8 : 4;
-        spec.compression = c.compression;
-        spec.colorsUsed = 4;
-        spec.palette = kFourColours;
-        spec.data = c.data;
+        BmpFields fields;
+        fields.width = c.width;
+        fields.height = c.height;
+        fields.bits = c.compression == 1 ? 8 : 4;
+        fields.compression = c.compression;
+        fields.colorsUsed = 4;
+        fields.palette = kFourColours;
+        fields.data = c.data;
         API32bppDIB surface;
         APIBMPParser parser;
-        ASSERT_TRUE(parser.LoadStream(MakeBmp(spec), surface));
+        ASSERT_TRUE(parser.LoadStream(MakeBmp(fields), surface));
         EXPECT_TRUE(MatchesPicture(surface, c.want));
         EXPECT_EQ(surface.Alpha(), c.alpha);
         EXPECT_EQ(surface.ImageType(), ENUM_IMAGE_FORMAT::ImageBitmap);
@@ -222,30 +222,30 @@ TEST(BmpParser, RunLengthDataDecodesRunsEscapesAndHoles) {
 
 TEST(BmpParser, ShortPalettesGiveBlackForMissingEntries) {
     // Four-bit pixels 0 1 2 3 | 4 5: two colours declared, so 2 to 5 are black.
-    BmpSpec spec;
-    spec.width = 6;
-    spec.bits = 4;
-    spec.colorsUsed = 2;
-    spec.palette = {kFourColours.begin(), kFourColours.begin() + 8};
-    spec.data = {0x01, 0x23, 0x45, 0};
+    BmpFields fields;
+    fields.width = 6;
+    fields.bits = 4;
+    fields.colorsUsed = 2;
+    fields.palette = {kFourColours.begin(), kFourColours.begin() + 8};
+    fields.data = {0x01, 0x23, 0x45, 0};
     API32bppDIB surface;
     APIBMPParser parser;
-    ASSERT_TRUE(parser.LoadStream(MakeBmp(spec), surface));
+    ASSERT_TRUE(parser.LoadStream(MakeBmp(fields), surface));
     EXPECT_TRUE(MatchesPicture(surface, {"010000"}));
 
     // All four colours stored, but the pixel offset cuts the palette after
     // the third entry.
-    spec.colorsUsed = 0;
-    spec.palette = kFourColours;
-    spec.palette.resize(16 * 4);
-    spec.offBits = 14 + 40 + 3 * 4;
-    std::vector<uint8_t> bytes = MakeBmp(spec);
+    fields.colorsUsed = 0;
+    fields.palette = kFourColours;
+    fields.palette.resize(16 * 4);
+    fields.offBits = 14 + 40 + 3 * 4;
+    std::vector<uint8_t> bytes = MakeBmp(fields);
     bytes.erase(bytes.begin() + 14 + 40 + 3 * 4, bytes.begin() + 14 + 40 + 16 * 4);
     ASSERT_TRUE(parser.LoadStream(bytes, surface));
     EXPECT_TRUE(MatchesPicture(surface, {"012000"}));
 
     // A core header's palette holds three-byte entries.
-    BmpSpec core;
+    BmpFields core;
     core.headerSize = 12;
     core.width = 2;
     core.bits = 1;
@@ -276,16 +276,16 @@ TEST(BmpParser, BitFieldsOfAnyWidthScaleToEightBits) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        BmpSpec spec;
-        spec.headerSize = c.headerSize;
-        spec.bits = c.bits;
-        spec.compression = c.compression;
-        spec.masks = c.masks;
-        PutLE(spec.data, c.pixel, c.bits / 8);
-        spec.data.resize(4, 0);
+        BmpFields fields;
+        fields.headerSize = c.headerSize;
+        fields.bits = c.bits;
+        fields.compression = c.compression;
+        fields.masks = c.masks;
+        PutLE(fields.data, c.pixel, c.bits / 8);
+        fields.data.resize(4, 0);
         API32bppDIB surface;
         APIBMPParser parser;
-        ASSERT_TRUE(parser.LoadStream(MakeBmp(spec), surface));
+        ASSERT_TRUE(parser.LoadStream(MakeBmp(fields), surface));
         const uint8_t* p = surface.Pixels().Pixel(0, 0);
         EXPECT_EQ((std::array<uint8_t, 4>{p[0], p[1], p[2], p[3]}), c.want);
     }
@@ -309,13 +309,13 @@ TEST(BmpParser, SpareByteOfPlain32BitRowsIsJudgedByThePixels) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        BmpSpec spec;
-        spec.width = 2;
-        spec.bits = 32;
-        spec.data = c.bgra;
+        BmpFields fields;
+        fields.width = 2;
+        fields.bits = 32;
+        fields.data = c.bgra;
         API32bppDIB surface;
         APIBMPParser parser;
-        ASSERT_TRUE(parser.LoadStream(MakeBmp(spec), surface));
+        ASSERT_TRUE(parser.LoadStream(MakeBmp(fields), surface));
         const uint8_t* p = surface.Pixels().Row(0);
         EXPECT_EQ(std::vector<uint8_t>(p, p + 8), c.want);
         EXPECT_EQ(surface.ImageType(), c.type);
@@ -327,12 +327,12 @@ TEST(BmpParser, SpareByteOfPlain32BitRowsIsJudgedByThePixels) {
 
 TEST(BmpParser, MalformedHeadersAreRefusedAndLeaveNoImage) {
     auto with = [](auto change) {
-        BmpSpec spec;
-        spec.width = 2;
-        spec.height = 2;
-        spec.data.assign(16, 0x55);
-        change(spec);
-        return MakeBmp(spec);
+        BmpFields fields;
+        fields.width = 2;
+        fields.height = 2;
+        fields.data.assign(16, 0x55);
+        change(fields);
+        return MakeBmp(fields);
     };
     const struct {
         const char* name;
@@ -340,38 +340,39 @@ TEST(BmpParser, MalformedHeadersAreRefusedAndLeaveNoImage) {
     } cases[] = {
         {"not a bitmap", {'B', 'N', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 40, 0, 0, 0}},
         {"too short for a header", {'B', 'M', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 40, 0}},
-        {"unknown header size", with([](BmpSpec& s) { s.headerSize = 44; })},
-        {"OS/2 2.x header", with([](BmpSpec& s) { s.headerSize = 64; })},
-        {"width 0", with([](BmpSpec& s) { s.width = 0; })},
-        {"negative width", with([](BmpSpec& s) { s.width = -2; })},
-        {"height 0", with([](BmpSpec& s) { s.height = 0; })},
-        {"lowest height", with([](BmpSpec& s) { s.height = INT32_MIN; })},
-        {"7 bits", with([](BmpSpec& s) { s.bits = 7; })},
-        {"RLE8 at 4 bits", with([](BmpSpec& s) { s.bits = 4, s.compression = 1; })},
-        {"bit fields at 24 bits", with([](BmpSpec& s) {
+        {"unknown header size", with([](BmpFields& s) { s.headerSize = 44; })},
+        {"OS/2 2.x header", with([](BmpFields& s) { s.headerSize = 64; })},
+        {"width 0", with([](BmpFields& s) { s.width = 0; })},
+        {"negative width", with([](BmpFields& s) { s.width = -2; })},
+        {"height 0", with([](BmpFields& s) { s.height = 0; })},
+        {"lowest height", with([](BmpFields& s) { s.height = INT32_MIN; })},
+        {"7 bits", with([](BmpFields& s) { s.bits = 7; })},
+        {"RLE8 at 4 bits", with([](BmpFields& s) { s.bits = 4, s.compression = 1; })},
+        {"bit fields at 24 bits", with([](BmpFields& s) {
              s.compression = 3, s.masks = {1, 2, 4};
          })},
-        {"split mask", with([](BmpSpec& s) {
+        {"split mask", with([](BmpFields& s) {
              s.bits = 32, s.compression = 3, s.masks = {0xFF00FF, 0xFF00, 0};
          })},
-        {"16-bit mask past 16 bits", with([](BmpSpec& s) {
+        {"16-bit mask past 16 bits", with([](BmpFields& s) {
              s.bits = 16, s.compression = 3, s.masks = {0x1F0000, 0x3E0, 0x1F};
          })},
-        {"masks cut off", with([](BmpSpec& s) { s.bits = 32, s.compression = 3, s.data.clear(); })},
-        {"JPEG inside", with([](BmpSpec& s) { s.compression = 4; })},
-        {"unknown compression", with([](BmpSpec& s) { s.compression = 11; })},
-        {"absurd palette count", with([](BmpSpec& s) { s.bits = 8, s.colorsUsed = 1u << 20; })},
-        {"pixel offset past the end", with([](BmpSpec& s) { s.offBits = 4000; })},
-        {"rows missing", with([](BmpSpec& s) { s.height = 3; })},
-        {"run-length picture of 16000 x 16000 from two bytes", with([](BmpSpec& s) {
+        {"masks cut off",
+         with([](BmpFields& s) { s.bits = 32, s.compression = 3, s.data.clear(); })},
+        {"JPEG inside", with([](BmpFields& s) { s.compression = 4; })},
+        {"unknown compression", with([](BmpFields& s) { s.compression = 11; })},
+        {"absurd palette count", with([](BmpFields& s) { s.bits = 8, s.colorsUsed = 1u << 20; })},
+        {"pixel offset past the end", with([](BmpFields& s) { s.offBits = 4000; })},
+        {"rows missing", with([](BmpFields& s) { s.height = 3; })},
+        {"run-length picture of 16000 x 16000 from two bytes", with([](BmpFields& s) {
              s.width = s.height = 16000, s.bits = 8, s.compression = 1, s.data = {0, 1};
          })},
         {"60-byte file claiming 20000 x 20000",
-         with([](BmpSpec& s) { s.width = 20000, s.height = 20000, s.data.resize(6); })},
+         with([](BmpFields& s) { s.width = 20000, s.height = 20000, s.data.resize(6); })},
         {"sides whose product overflows 64 bits once multiplied by 4",
-         with([](BmpSpec& s) { s.width = INT32_MAX, s.height = INT32_MAX, s.bits = 8; })},
+         with([](BmpFields& s) { s.width = INT32_MAX, s.height = INT32_MAX, s.bits = 8; })},
         {"more bytes than a surface holds",
-         with([](BmpSpec& s) { s.width = 40000, s.height = -40000, s.bits = 1; })},
+         with([](BmpFields& s) { s.width = 40000, s.height = -40000, s.bits = 1; })},
     };
     for (const auto& c : cases) {
         API32bppDIB surface;
