@@ -40,7 +40,12 @@ public:
     bool SaveToFile(const std::string& FileName, const API32bppDIB& Surface,
                     int32_t FillColor = -1);
 
-    // False for an unknown property or a value of the wrong kind.
+    // False for an unknown property or a value of the wrong kind. Text
+    // properties take a string (valid UTF-8, no zero character; Creation
+    // Time also a date), LastModified a valid date, BackgroundColor a whole
+    // number from 0 to &HFFFFFF or −1. Custom needs a keyword of 1 to 79
+    // printable Latin-1 characters without leading, trailing or doubled
+    // spaces. An Empty value removes the property; Property −1 removes all.
     bool SetProperty(int32_t Property, const Variant& Value, const std::string& Keyword = "");
     // What was set, or the property's empty value: Long −1 for
     // BackgroundColor, date 0 for LastModified, "" otherwise.

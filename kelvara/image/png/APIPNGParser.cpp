@@ -1,0 +1,956 @@
+#include "kelvara/image/png/APIPNGParser.h"
+
+// Call flow:
+//   LoadStream / LoadFile → Load<Source>
+//     → signature (the whole of format detection)
+//     → WalkChunks → OnHeader | OnPalette | OnTransparency | OnImageData
+//     → Decode → Inflate (zlib, then the private inflate) → BuildIndexTable
+//              → InitializeDIB → for each pass and row: UnfilterRow → converter
+//
+// How malformed input is treated:
+// - Anything but the eight signature bytes is declined at once.
+// - A chunk whose length, data and CRC run past the end fails the load; so
+//   does a missing IEND (the walk runs out of bytes looking for it). Bytes
+//   after IEND are never looked at.
+// - CRCs are tested only when zlib is there, only for IHDR, PLTE, tRNS and
+//   IDAT, and not for a chunk whose stored CRC is 0. Every other chunk is
+//   passed over unread, damaged or not.
+// - Zero-length chunks are skipped (IEND excepted), so an empty IHDR or PLTE
+//   counts as absent.
+// - PLTE, tRNS or IDAT before IHDR, and a second IHDR, fail the load. An IHDR
+//   shorter than 13 bytes fails; bytes past the thirteenth are ignored.
+// - IHDR values outside the format's sets fail; so does width × 32 × height
+//   past a signed 32-bit count. Colour type and depth pairs the format
+//   forbids (6 at depth 4, 3 at depth 16 ...) pass IHDR but no converter
+//   takes them, so they fail after inflating.
+// - A PLTE whose length is not a multiple of 3 fails; entries past 256 are
+//   ignored. A palette index at or past the number of PLTE entries fails the
+//   load, as reading past the table would. Without a PLTE, palette and gray
+//   images use a built table (black, with white at index 1 for one-bit
+//   palette images; evenly spread grays for gray images), so every index is
+//   inside it.
+// - A tRNS too short for its colour type leaves the image without a
+//   transparent colour. Palette tRNS past 256 entries is ignored.
+// - Image data that does not inflate (with zlib and then with the private
+//   inflate) fails. Data that inflates to fewer bytes than the image needs
+//   decodes, the missing tail read as zeros. The zlib trailer is not needed:
+//   when zlib refuses a stream for its checksum, the private inflate, which
+//   never checks it, still decodes it.
+// - A row filter type above 4 fails the load.
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "kelvara/base/Result.h"
+#include "kelvara/image/Inflate.h"
+#include "kelvara/image/Zlib.h"
+
+namespace kelvara {
+
+namespace {
+
+// --- Limits and constants ----------------------------------------------------
+
+// width × 32 × height must stay a signed 32-bit count, which also keeps the
+// surface (width × height × 4 bytes) and the inflated data below 2^30 bytes.
+constexpr int64_t kMaxSizeProduct = INT32_MAX;
+// The format's own ceiling for a chunk length.
+constexpr uint32_t kMaxChunkLength = INT32_MAX;
+// All IDAT payloads together.
+constexpr uint64_t kMaxCompressedBytes = INT32_MAX;
+
+constexpr uint8_t kSignature[8] = {137, 'P', 'N', 'G', 13, 10, 26, 10};
+constexpr uint64_t kSignatureSize = 8;
+// Length, type and CRC around each chunk's data.
+constexpr uint64_t kChunkOverhead = 12;
+constexpr size_t kHeaderLength = 13;
+constexpr size_t kMaxPaletteEntries = 256;
+
+constexpr uint32_t ChunkType(const char (&name)[5]) {
+    return uint32_t{uint8_t(name[0])} << 24 | uint32_t{uint8_t(name[1])} << 16 |
+           uint32_t{uint8_t(name[2])} << 8 | uint32_t{uint8_t(name[3])};
+}
+
+constexpr uint32_t kIHDR = ChunkType("IHDR");
+constexpr uint32_t kPLTE = ChunkType("PLTE");
+constexpr uint32_t kTRNS = ChunkType("tRNS");
+constexpr uint32_t kIDAT = ChunkType("IDAT");
+constexpr uint32_t kIEND = ChunkType("IEND");
+
+enum class PngError {
+    NotPng,
+    Truncated,
+    ReadFailed,
+    BadCrc,
+    HeaderMissing,
+    HeaderRepeated,
+    BadHeader,
+    TooLarge,
+    BadPalette,
+    NoImageData,
+    OutOfMemory,
+    InflateFailed,
+    Unsupported,
+    BadFilter,
+    IndexOutsidePalette,
+    SurfaceFailed,
+};
+
+uint32_t ReadBE32(const uint8_t* p) {
+    return uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | uint32_t{p[3]};
+}
+
+// The seven interlace passes: start column, start row, column step, row step.
+struct Pass {
+    uint32_t startX, startY, stepX, stepY;
+};
+constexpr Pass kAdam7[7] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4},
+                            {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
+constexpr Pass kWholeImage = {0, 0, 1, 1};
+
+// Columns (or rows) of `size` that a pass starting at `start` with `step`
+// reaches.
+uint32_t PassExtent(uint32_t size, uint32_t start, uint32_t step) {
+    return size / step + (size % step > start ? 1 : 0);
+}
+
+// --- Sources -------------------------------------------------------------------
+
+// A stream, read in place.
+class StreamSource {
+public:
+    explicit StreamSource(std::span<const uint8_t> bytes) : bytes(bytes) {}
+
+    uint64_t Size() const { return bytes.size(); }
+    // The caller has checked that pos + n lies inside the source.
+    bool Read(uint64_t pos, uint8_t* out, size_t n) {
+        std::memcpy(out, bytes.data() + pos, n);
+        return true;
+    }
+    bool Crc(uint64_t pos, size_t n, uint32_t& crc) {
+        crc = Zlib::Crc32(bytes.subspan(static_cast<size_t>(pos), n));
+        return true;
+    }
+
+private:
+    std::span<const uint8_t> bytes;
+};
+
+// An open file from its position at the start of the load. Only the bytes of
+// the chunk in hand are read; chunks passed over are seeked past.
+class FileSource {
+public:
+    explicit FileSource(std::FILE* file) : file(file) {}
+
+    // Finds the file's size from its current position; false when the file
+    // cannot seek.
+    bool Open() {
+        start = Tell();
+        if (start < 0 || !SeekTo(0, SEEK_END)) {
+            return false;
+        }
+        const int64_t end = Tell();
+        if (end < start || !SeekTo(start, SEEK_SET)) {
+            return false;
+        }
+        size = static_cast<uint64_t>(end - start);
+        position = 0;
+        return true;
+    }
+    // Leaves the file where the load found it, for the next reader.
+    void Rewind() {
+        if (start >= 0) {
+            SeekTo(start, SEEK_SET);
+        }
+    }
+
+    uint64_t Size() const { return size; }
+    bool Read(uint64_t pos, uint8_t* out, size_t n) {
+        if (pos != position && !SeekTo(start + static_cast<int64_t>(pos), SEEK_SET)) {
+            return false;
+        }
+        const size_t got = std::fread(out, 1, n, file);
+        position = pos + got;
+        return got == n;
+    }
+    bool Crc(uint64_t pos, size_t n, uint32_t& crc) {
+        uint8_t block[4096];
+        crc = 0;
+        while (n > 0) {
+            const size_t part = std::min(n, sizeof block);
+            if (!Read(pos, block, part)) {
+                return false;
+            }
+            crc = Zlib::Crc32(std::span<const uint8_t>(block, part), crc);
+            pos += part;
+            n -= part;
+        }
+        return true;
+    }
+
+private:
+    int64_t Tell() {
+#if defined(_WIN32)
+        return _ftelli64(file);
+#else
+        return ftello(file);
+#endif
+    }
+    bool SeekTo(int64_t offset, int origin) {
+#if defined(_WIN32)
+        return _fseeki64(file, offset, origin) == 0;
+#else
+        return fseeko(file, static_cast<off_t>(offset), origin) == 0;
+#endif
+    }
+
+    std::FILE* file;
+    int64_t start = -1;
+    uint64_t size = 0;
+    uint64_t position = 0;
+};
+
+// --- Load state ----------------------------------------------------------------
+
+// The joined IDAT payloads. The block starts at half the file plus one byte
+// and, when a chunk does not fit, grows by what is missing plus a quarter of
+// the file, so a typical file needs one block and few copies.
+class CompressedData {
+public:
+    explicit CompressedData(uint64_t fileSize) : fileSize(fileSize) {}
+
+    size_t Size() const { return used; }
+    std::span<const uint8_t> Bytes() const { return {bytes.get(), used}; }
+
+    // Room for n more bytes at the end; nullptr when memory runs out.
+    uint8_t* Extend(size_t n) {
+        if (n > kMaxCompressedBytes - used) {
+            return nullptr;
+        }
+        const uint64_t needed = uint64_t{used} + n;
+        if (needed > capacity) {
+            uint64_t grown = bytes ? capacity : fileSize / 2 + 1;
+            if (needed > grown) {
+                grown = needed + fileSize / 4;
+            }
+            if (grown > SIZE_MAX) {
+                return nullptr;
+            }
+            std::unique_ptr<uint8_t[]> larger(new (std::nothrow) uint8_t[grown]);
+            if (!larger) {
+                return nullptr;
+            }
+            if (used > 0) {
+                std::memcpy(larger.get(), bytes.get(), used);
+            }
+            bytes = std::move(larger);
+            capacity = grown;
+        }
+        uint8_t* room = bytes.get() + used;
+        used += n;
+        return room;
+    }
+    void Release() {
+        bytes.reset();
+        used = 0;
+        capacity = 0;
+    }
+
+private:
+    uint64_t fileSize;
+    std::unique_ptr<uint8_t[]> bytes;
+    size_t used = 0;
+    uint64_t capacity = 0;
+};
+
+struct PngState {
+    explicit PngState(uint64_t fileSize, bool withZlib)
+        : withZlib(withZlib), compressed(fileSize) {}
+
+    // Asked once per load, so a switch flipped meanwhile changes nothing here.
+    bool withZlib;
+
+    bool haveHeader = false;
+    uint32_t width = 0;
+    uint32_t height = 0;
+    uint8_t bitDepth = 0;
+    uint8_t colorType = 0;
+    uint8_t interlace = 0;
+    uint64_t expectedSize = 0;
+
+    // Red, green, blue triples as PLTE gave them (at most 256 kept).
+    std::array<uint8_t, 3 * kMaxPaletteEntries> palette{};
+    size_t paletteEntries = 0;
+    bool havePalette = false;
+
+    // Raw tRNS bytes; for palette images padded with 255 to 256 entries.
+    std::array<uint8_t, 256> transparency{};
+    // −1 without a usable tRNS; see OnTransparency.
+    int32_t transparencyKey = -1;
+
+    CompressedData compressed;
+};
+
+uint32_t BitsPerPixel(const PngState& png) {
+    const uint32_t channels = png.colorType == 2   ? 3
+                              : png.colorType == 4 ? 2
+                              : png.colorType == 6 ? 4
+                                                   : 1;
+    return channels * png.bitDepth;
+}
+
+uint64_t RowBytes(uint32_t columns, uint32_t bitsPerPixel) {
+    return (uint64_t{columns} * bitsPerPixel + 7) / 8;
+}
+
+// --- Chunk handlers ------------------------------------------------------------
+
+Result<Done, PngError> OnHeader(PngState& png, const uint8_t* data) {
+    if (png.haveHeader) {
+        return Fail(PngError::HeaderRepeated);
+    }
+    const uint32_t width = ReadBE32(data);
+    const uint32_t height = ReadBE32(data + 4);
+    const uint8_t depth = data[8];
+    const uint8_t colorType = data[9];
+    const bool depthOk = depth == 1 || depth == 2 || depth == 4 || depth == 8 || depth == 16;
+    const bool colorTypeOk =
+        colorType == 0 || colorType == 2 || colorType == 3 || colorType == 4 || colorType == 6;
+    if (width < 1 || width > INT32_MAX || height < 1 || height > INT32_MAX || !depthOk ||
+        !colorTypeOk || data[10] != 0 || data[11] != 0 || data[12] > 1) {
+        return Fail(PngError::BadHeader);
+    }
+    if (int64_t{width} * 32 * int64_t{height} > kMaxSizeProduct) {
+        return Fail(PngError::TooLarge);
+    }
+    png.width = width;
+    png.height = height;
+    png.bitDepth = depth;
+    png.colorType = colorType;
+    png.interlace = data[12];
+    png.haveHeader = true;
+
+    const uint32_t bits = BitsPerPixel(png);
+    if (png.interlace == 0) {
+        png.expectedSize = (RowBytes(width, bits) + 1) * height;
+    } else {
+        png.expectedSize = 0;
+        for (const Pass& pass : kAdam7) {
+            const uint32_t columns = PassExtent(width, pass.startX, pass.stepX);
+            const uint32_t rows = PassExtent(height, pass.startY, pass.stepY);
+            if (columns > 0 && rows > 0) {
+                png.expectedSize += (RowBytes(columns, bits) + 1) * rows;
+            }
+        }
+    }
+    return Done{};
+}
+
+Result<Done, PngError> OnPalette(PngState& png, const uint8_t* data, size_t length) {
+    if (png.colorType == 0 || png.colorType == 4) {
+        return Done{};
+    }
+    if (length % 3 != 0) {
+        return Fail(PngError::BadPalette);
+    }
+    png.paletteEntries = std::min(length / 3, kMaxPaletteEntries);
+    std::memcpy(png.palette.data(), data, png.paletteEntries * 3);
+    png.havePalette = true;
+    return Done{};
+}
+
+void OnTransparency(PngState& png, const uint8_t* data, size_t length) {
+    if (png.colorType == 4 || png.colorType == 6) {
+        return;
+    }
+    const size_t kept = std::min(length, png.transparency.size());
+    std::memcpy(png.transparency.data(), data, kept);
+    png.transparencyKey = -1;
+    switch (png.colorType) {
+        case 0:
+            // Deliberate: the key is the sample's low byte only (masked to the
+            // depth), and 16-bit images compare against the high byte instead.
+            if (length >= 2) {
+                png.transparencyKey =
+                    png.bitDepth == 16 ? data[1] : data[1] & ((1 << png.bitDepth) - 1);
+            }
+            break;
+        case 2:
+            // Deliberate: low bytes only; 16-bit images compare high bytes.
+            if (length >= 6) {
+                png.transparencyKey = int32_t{data[1]} << 16 | int32_t{data[3]} << 8 | data[5];
+            }
+            break;
+        case 3:
+            std::fill(png.transparency.begin() + static_cast<ptrdiff_t>(kept),
+                      png.transparency.end(), uint8_t{255});
+            png.transparencyKey = 0;
+            break;
+        default:
+            break;
+    }
+}
+
+// The chunk's data, up to `limit` bytes of it, into `out`.
+template <typename Source>
+bool ReadPrefix(Source& source, uint64_t dataPos, uint32_t length, uint8_t* out, size_t limit) {
+    return source.Read(dataPos, out, std::min<size_t>(length, limit));
+}
+
+template <typename Source>
+Result<Done, PngError> WalkChunks(Source& source, PngState& png) {
+    const uint64_t size = source.Size();
+    uint64_t pos = kSignatureSize;
+    for (;;) {
+        if (size - pos < kChunkOverhead) {
+            return Fail(PngError::Truncated);
+        }
+        uint8_t head[8];
+        if (!source.Read(pos, head, sizeof head)) {
+            return Fail(PngError::ReadFailed);
+        }
+        const uint32_t length = ReadBE32(head);
+        const uint32_t type = ReadBE32(head + 4);
+        if (length > kMaxChunkLength || length > size - pos - kChunkOverhead) {
+            return Fail(PngError::Truncated);
+        }
+        const uint64_t dataPos = pos + 8;
+        pos = dataPos + length + 4;
+        if (type == kIEND) {
+            return Done{};
+        }
+        if (length == 0 || (type != kIHDR && type != kPLTE && type != kTRNS && type != kIDAT)) {
+            continue;
+        }
+        if (type != kIHDR && !png.haveHeader) {
+            return Fail(PngError::HeaderMissing);
+        }
+
+        uint32_t storedCrc = 0;
+        if (png.withZlib) {
+            uint8_t crcBytes[4];
+            if (!source.Read(dataPos + length, crcBytes, sizeof crcBytes)) {
+                return Fail(PngError::ReadFailed);
+            }
+            storedCrc = ReadBE32(crcBytes);
+        }
+        // A stored CRC of 0 means the writer did not compute one.
+        const bool testCrc = storedCrc != 0;
+
+        if (type == kIDAT) {
+            uint8_t* room = png.compressed.Extend(length);
+            if (room == nullptr) {
+                return Fail(PngError::OutOfMemory);
+            }
+            if (!source.Read(dataPos, room, length)) {
+                return Fail(PngError::ReadFailed);
+            }
+            if (testCrc &&
+                Zlib::Crc32(std::span<const uint8_t>(room, length),
+                            Zlib::Crc32(std::span<const uint8_t>(head + 4, 4))) != storedCrc) {
+                return Fail(PngError::BadCrc);
+            }
+            continue;
+        }
+
+        if (testCrc) {
+            uint32_t crc = 0;
+            if (!source.Crc(dataPos - 4, size_t{length} + 4, crc)) {
+                return Fail(PngError::ReadFailed);
+            }
+            if (crc != storedCrc) {
+                return Fail(PngError::BadCrc);
+            }
+        }
+        if (type == kIHDR) {
+            uint8_t data[kHeaderLength];
+            if (length < kHeaderLength) {
+                return Fail(PngError::BadHeader);
+            }
+            if (!ReadPrefix(source, dataPos, length, data, sizeof data)) {
+                return Fail(PngError::ReadFailed);
+            }
+            if (auto done = OnHeader(png, data); !done) {
+                return done;
+            }
+        } else if (type == kPLTE) {
+            uint8_t data[3 * kMaxPaletteEntries];
+            if (!ReadPrefix(source, dataPos, length, data, sizeof data)) {
+                return Fail(PngError::ReadFailed);
+            }
+            if (auto done = OnPalette(png, data, length); !done) {
+                return done;
+            }
+        } else {
+            uint8_t data[256];
+            if (!ReadPrefix(source, dataPos, length, data, sizeof data)) {
+                return Fail(PngError::ReadFailed);
+            }
+            OnTransparency(png, data, length);
+        }
+    }
+}
+
+// --- Unfiltering ---------------------------------------------------------------
+
+uint8_t Paeth(int a, int b, int c) {
+    const int pa = std::abs(b - c);
+    const int pb = std::abs(a - c);
+    const int pc = std::abs(a + b - 2 * c);
+    if (pa <= pb && pa <= pc) {
+        return static_cast<uint8_t>(a);
+    }
+    return static_cast<uint8_t>(pb <= pc ? b : c);
+}
+
+// Reverses one row's filter in place. `prior` is the row above, already
+// reversed, or nullptr on a pass's first row (which sees zeros above it).
+// Bpp is the distance to the left neighbour: whole bytes per pixel, at
+// least 1.
+template <size_t Bpp>
+bool UnfilterRowAt(uint8_t filter, uint8_t* row, const uint8_t* prior, size_t n) {
+    switch (filter) {
+        case 0:
+            return true;
+        case 1:
+            for (size_t i = Bpp; i < n; ++i) {
+                row[i] = static_cast<uint8_t>(row[i] + row[i - Bpp]);
+            }
+            return true;
+        case 2:
+            if (prior != nullptr) {
+                for (size_t i = 0; i < n; ++i) {
+                    row[i] = static_cast<uint8_t>(row[i] + prior[i]);
+                }
+            }
+            return true;
+        case 3:
+            if (prior == nullptr) {
+                for (size_t i = Bpp; i < n; ++i) {
+                    row[i] = static_cast<uint8_t>(row[i] + (row[i - Bpp] >> 1));
+                }
+                return true;
+            }
+            for (size_t i = 0; i < std::min(Bpp, n); ++i) {
+                row[i] = static_cast<uint8_t>(row[i] + (prior[i] >> 1));
+            }
+            for (size_t i = Bpp; i < n; ++i) {
+                row[i] = static_cast<uint8_t>(row[i] + ((row[i - Bpp] + prior[i]) >> 1));
+            }
+            return true;
+        case 4:
+            if (prior == nullptr) {
+                // With zeros above, the predictor is always the left neighbour.
+                for (size_t i = Bpp; i < n; ++i) {
+                    row[i] = static_cast<uint8_t>(row[i] + row[i - Bpp]);
+                }
+                return true;
+            }
+            for (size_t i = 0; i < std::min(Bpp, n); ++i) {
+                row[i] = static_cast<uint8_t>(row[i] + prior[i]);
+            }
+            for (size_t i = Bpp; i < n; ++i) {
+                row[i] =
+                    static_cast<uint8_t>(row[i] + Paeth(row[i - Bpp], prior[i], prior[i - Bpp]));
+            }
+            return true;
+        default:
+            return false;
+    }
+}
+
+using UnfilterFunction = bool (*)(uint8_t, uint8_t*, const uint8_t*, size_t);
+
+UnfilterFunction ChooseUnfilter(uint32_t bitsPerPixel) {
+    switch (std::max<uint32_t>(bitsPerPixel / 8, 1)) {
+        case 1:
+            return UnfilterRowAt<1>;
+        case 2:
+            return UnfilterRowAt<2>;
+        case 3:
+            return UnfilterRowAt<3>;
+        case 4:
+            return UnfilterRowAt<4>;
+        case 6:
+            return UnfilterRowAt<6>;
+        default:
+            return UnfilterRowAt<8>;
+    }
+}
+
+// --- Conversion to premultiplied BGRA ---------------------------------------
+
+// c × a ÷ 255, truncated: (x + 1 + x ÷ 256) ÷ 256 equals x ÷ 255 for every
+// product of two bytes, and needs no division.
+inline uint8_t Premultiply(uint32_t c, uint32_t a) {
+    const uint32_t x = c * a;
+    return static_cast<uint8_t>((x + 1 + (x >> 8)) >> 8);
+}
+
+inline void Store(uint8_t* dst, uint8_t b, uint8_t g, uint8_t r, uint8_t a) {
+    dst[0] = b;
+    dst[1] = g;
+    dst[2] = r;
+    dst[3] = a;
+}
+
+// What the converters need besides the row.
+struct PixelFormat {
+    // Palette and gray images up to depth 8: each sample's finished pixel.
+    std::array<std::array<uint8_t, 4>, 256> table{};
+    // Samples at or above this are outside the PLTE that came.
+    uint32_t tableEntries = 256;
+    // Gray and colour images with a tRNS key: the bytes that make a pixel
+    // transparent, compared with each sample's first (high) byte.
+    uint8_t keyRed = 0, keyGreen = 0, keyBlue = 0, keyGray = 0;
+};
+
+using ConvertFunction = bool (*)(const uint8_t* src, uint8_t* dst, uint32_t count,
+                                 const PixelFormat& format);
+
+// Samples of Depth bits, high bits first, looked up in the table.
+template <int Depth, bool Checked>
+bool ConvertIndexed(const uint8_t* src, uint8_t* dst, uint32_t count, const PixelFormat& format) {
+    constexpr uint32_t mask = (1u << Depth) - 1;
+    uint32_t outside = 0;
+    if constexpr (Depth == 8) {
+        for (uint32_t x = 0; x < count; ++x, dst += 4) {
+            if constexpr (Checked) {
+                outside |= src[x] >= format.tableEntries;
+            }
+            std::memcpy(dst, format.table[src[x]].data(), 4);
+        }
+    } else {
+        constexpr uint32_t perByte = 8 / Depth;
+        uint32_t x = 0;
+        for (; x + perByte <= count; x += perByte) {
+            const uint32_t byte = *src++;
+            for (uint32_t k = 0; k < perByte; ++k, dst += 4) {
+                const uint32_t index = (byte >> (8 - Depth * (k + 1))) & mask;
+                if constexpr (Checked) {
+                    outside |= index >= format.tableEntries;
+                }
+                std::memcpy(dst, format.table[index].data(), 4);
+            }
+        }
+        if (x < count) {
+            const uint32_t byte = *src;
+            for (uint32_t k = 0; x < count; ++k, ++x, dst += 4) {
+                const uint32_t index = (byte >> (8 - Depth * (k + 1))) & mask;
+                if constexpr (Checked) {
+                    outside |= index >= format.tableEntries;
+                }
+                std::memcpy(dst, format.table[index].data(), 4);
+            }
+        }
+    }
+    return outside == 0;
+}
+
+// Gray at depth 16: the high byte.
+template <bool Keyed>
+bool ConvertGray16(const uint8_t* src, uint8_t* dst, uint32_t count, const PixelFormat& format) {
+    for (uint32_t x = 0; x < count; ++x, src += 2, dst += 4) {
+        const uint8_t g = src[0];
+        if (Keyed && g == format.keyGray) {
+            Store(dst, 0, 0, 0, 0);
+        } else {
+            Store(dst, g, g, g, 255);
+        }
+    }
+    return true;
+}
+
+// S is the bytes per sample (1 or 2); a 16-bit sample's high byte comes
+// first.
+template <int S, bool Keyed>
+bool ConvertRgb(const uint8_t* src, uint8_t* dst, uint32_t count, const PixelFormat& format) {
+    for (uint32_t x = 0; x < count; ++x, src += 3 * S, dst += 4) {
+        const uint8_t r = src[0], g = src[S], b = src[2 * S];
+        if (Keyed && r == format.keyRed && g == format.keyGreen && b == format.keyBlue) {
+            Store(dst, 0, 0, 0, 0);
+        } else {
+            Store(dst, b, g, r, 255);
+        }
+    }
+    return true;
+}
+
+template <int S>
+bool ConvertGrayAlpha(const uint8_t* src, uint8_t* dst, uint32_t count, const PixelFormat&) {
+    for (uint32_t x = 0; x < count; ++x, src += 2 * S, dst += 4) {
+        const uint32_t a = src[S];
+        const uint8_t g = Premultiply(src[0], a);
+        Store(dst, g, g, g, static_cast<uint8_t>(a));
+    }
+    return true;
+}
+
+template <int S>
+bool ConvertRgba(const uint8_t* src, uint8_t* dst, uint32_t count, const PixelFormat&) {
+    for (uint32_t x = 0; x < count; ++x, src += 4 * S, dst += 4) {
+        const uint32_t a = src[3 * S];
+        Store(dst, Premultiply(src[2 * S], a), Premultiply(src[S], a), Premultiply(src[0], a),
+              static_cast<uint8_t>(a));
+    }
+    return true;
+}
+
+template <bool Checked>
+ConvertFunction ChooseIndexed(uint8_t depth) {
+    switch (depth) {
+        case 1:
+            return ConvertIndexed<1, Checked>;
+        case 2:
+            return ConvertIndexed<2, Checked>;
+        case 4:
+            return ConvertIndexed<4, Checked>;
+        case 8:
+            return ConvertIndexed<8, Checked>;
+        default:
+            return nullptr;
+    }
+}
+
+// The table of finished pixels for palette and gray images. A palette or
+// gray image without PLTE gets a built palette first.
+void BuildIndexTable(const PngState& png, PixelFormat& format) {
+    std::array<uint8_t, 3 * kMaxPaletteEntries> palette{};
+    uint32_t entries = 256;
+    if (png.colorType == 3 && png.havePalette) {
+        palette = png.palette;
+        entries = static_cast<uint32_t>(png.paletteEntries);
+    } else if (png.colorType == 0) {
+        const uint32_t top = (1u << png.bitDepth) - 1;
+        const uint32_t step = 255 / top;
+        for (uint32_t i = 1; i <= top; ++i) {
+            std::fill_n(&palette[3 * i], 3, static_cast<uint8_t>(i * step));
+        }
+    } else if (png.bitDepth == 1) {
+        // Deliberate: a one-bit palette image without PLTE is black and white.
+        std::fill_n(&palette[3], 3, uint8_t{255});
+    }
+    format.tableEntries = entries;
+    for (uint32_t i = 0; i < 256; ++i) {
+        const uint8_t r = palette[3 * i], g = palette[3 * i + 1], b = palette[3 * i + 2];
+        uint8_t a = 255;
+        if (png.colorType == 3 && png.transparencyKey != -1) {
+            a = png.transparency[i];
+        } else if (png.colorType == 0 && png.transparencyKey == static_cast<int32_t>(i)) {
+            a = 0;
+        }
+        format.table[i] = {Premultiply(b, a), Premultiply(g, a), Premultiply(r, a), a};
+    }
+}
+
+// The converter for the image's colour type and depth; nullptr for pairs
+// the format does not allow.
+ConvertFunction ChooseConverter(const PngState& png, PixelFormat& format) {
+    const bool keyed = png.transparencyKey != -1;
+    const uint8_t depth = png.bitDepth;
+    switch (png.colorType) {
+        case 0:
+            if (depth == 16) {
+                format.keyGray = png.transparency[0];
+                return keyed ? ConvertGray16<true> : ConvertGray16<false>;
+            }
+            BuildIndexTable(png, format);
+            return ChooseIndexed<false>(depth);
+        case 3:
+            if (depth == 16) {
+                return nullptr;
+            }
+            BuildIndexTable(png, format);
+            return format.tableEntries < (1u << depth) ? ChooseIndexed<true>(depth)
+                                                       : ChooseIndexed<false>(depth);
+        case 2:
+            if (depth == 8) {
+                format.keyRed = static_cast<uint8_t>(png.transparencyKey >> 16);
+                format.keyGreen = static_cast<uint8_t>(png.transparencyKey >> 8);
+                format.keyBlue = static_cast<uint8_t>(png.transparencyKey);
+                return keyed ? ConvertRgb<1, true> : ConvertRgb<1, false>;
+            }
+            if (depth == 16) {
+                format.keyRed = png.transparency[0];
+                format.keyGreen = png.transparency[2];
+                format.keyBlue = png.transparency[4];
+                return keyed ? ConvertRgb<2, true> : ConvertRgb<2, false>;
+            }
+            return nullptr;
+        case 4:
+            return depth == 8 ? ConvertGrayAlpha<1> : depth == 16 ? ConvertGrayAlpha<2> : nullptr;
+        case 6:
+            return depth == 8 ? ConvertRgba<1> : depth == 16 ? ConvertRgba<2> : nullptr;
+        default:
+            return nullptr;
+    }
+}
+
+// --- Decode ----------------------------------------------------------------------
+
+// Inflates all image data into `out`; the bytes written.
+Result<size_t, PngError> Inflate(const PngState& png, std::span<uint8_t> out) {
+    const std::span<const uint8_t> in = png.compressed.Bytes();
+    if (png.withZlib) {
+        const int64_t written = Zlib::Uncompress(in, out);
+        if (written >= 0) {
+            return static_cast<size_t>(written);
+        }
+    }
+    auto inflated = InflateZlib(in, out);
+    if (!inflated) {
+        return Fail(PngError::InflateFailed);
+    }
+    return inflated.Value();
+}
+
+Result<ENUM_ALPHA_TYPE, PngError> Decode(PngState& png, API32bppDIB& surface) {
+    const size_t expected = static_cast<size_t>(png.expectedSize);
+    // Left uninitialised: a hostile header then costs nothing before the
+    // data fail to inflate.
+    std::unique_ptr<uint8_t[]> inflated(new (std::nothrow) uint8_t[expected]);
+    if (!inflated) {
+        return Fail(PngError::OutOfMemory);
+    }
+    auto written = Inflate(png, std::span<uint8_t>(inflated.get(), expected));
+    png.compressed.Release();
+    if (!written) {
+        return Fail(written.Error());
+    }
+    // Data that end early decode as if the rest were zeros.
+    std::memset(inflated.get() + written.Value(), 0, expected - written.Value());
+
+    PixelFormat format;
+    const ConvertFunction convert = ChooseConverter(png, format);
+    if (convert == nullptr) {
+        return Fail(PngError::Unsupported);
+    }
+    const uint32_t bits = BitsPerPixel(png);
+    const UnfilterFunction unfilter = ChooseUnfilter(bits);
+
+    if (!surface.InitializeDIB(static_cast<int32_t>(png.width), static_cast<int32_t>(png.height))) {
+        return Fail(PngError::SurfaceFailed);
+    }
+    PixelBuffer& pixels = surface.Pixels();
+
+    // Interlaced rows are converted here first, then spread over their
+    // columns.
+    std::unique_ptr<uint8_t[]> passRow;
+    if (png.interlace == 1) {
+        passRow.reset(new (std::nothrow) uint8_t[size_t{png.width} * 4]);
+        if (!passRow) {
+            return Fail(PngError::OutOfMemory);
+        }
+    }
+
+    const std::span<const Pass> passes =
+        png.interlace == 1 ? std::span<const Pass>(kAdam7) : std::span<const Pass>(&kWholeImage, 1);
+    uint8_t* line = inflated.get();
+    for (const Pass& pass : passes) {
+        const uint32_t columns = PassExtent(png.width, pass.startX, pass.stepX);
+        const uint32_t rows = PassExtent(png.height, pass.startY, pass.stepY);
+        if (columns == 0 || rows == 0) {
+            continue;
+        }
+        const size_t rowBytes = static_cast<size_t>(RowBytes(columns, bits));
+        const uint8_t* prior = nullptr;
+        for (uint32_t r = 0; r < rows; ++r) {
+            uint8_t* body = line + 1;
+            if (!unfilter(line[0], body, prior, rowBytes)) {
+                return Fail(PngError::BadFilter);
+            }
+            const int32_t y = static_cast<int32_t>(pass.startY + r * pass.stepY);
+            if (png.interlace == 0) {
+                if (!convert(body, pixels.Row(y), columns, format)) {
+                    return Fail(PngError::IndexOutsidePalette);
+                }
+            } else {
+                if (!convert(body, passRow.get(), columns, format)) {
+                    return Fail(PngError::IndexOutsidePalette);
+                }
+                uint8_t* target = pixels.Row(y) + size_t{pass.startX} * 4;
+                for (uint32_t c = 0; c < columns; ++c) {
+                    std::memcpy(target + size_t{c} * pass.stepX * 4, passRow.get() + size_t{c} * 4,
+                                4);
+                }
+            }
+            prior = body;
+            line += rowBytes + 1;
+        }
+    }
+
+    if (png.colorType >= 4) {
+        // Deliberate: alpha images report complex alpha without looking,
+        // even when every pixel is opaque.
+        return ENUM_ALPHA_TYPE::AlphaComplex;
+    }
+    // Deliberate: decided by the presence of tRNS alone; a palette with
+    // partial transparency still reports simple alpha.
+    return png.transparencyKey == -1 ? ENUM_ALPHA_TYPE::AlphaNone : ENUM_ALPHA_TYPE::AlphaSimple;
+}
+
+template <typename Source>
+Result<ENUM_ALPHA_TYPE, PngError> Load(Source& source, API32bppDIB& surface) {
+    uint8_t signature[kSignatureSize];
+    if (source.Size() < kSignatureSize || !source.Read(0, signature, kSignatureSize) ||
+        std::memcmp(signature, kSignature, kSignatureSize) != 0) {
+        return Fail(PngError::NotPng);
+    }
+    // No GDI+ in this build, so the own decoder is the only path.
+    PngState png(source.Size(), Zlib::Available());
+    if (auto walked = WalkChunks(source, png); !walked) {
+        return Fail(walked.Error());
+    }
+    if (!png.haveHeader) {
+        return Fail(PngError::HeaderMissing);
+    }
+    if (png.compressed.Size() == 0) {
+        return Fail(PngError::NoImageData);
+    }
+    return Decode(png, surface);
+}
+
+}  // namespace
+
+bool APIPNGParser::LoadStream(std::span<const uint8_t> Stream, API32bppDIB& Surface) {
+    StreamSource source(Stream);
+    const auto loaded = Load(source, Surface);
+    if (!loaded) {
+        Surface.DestroyDIB();
+        return false;
+    }
+    Surface.SetAlpha(loaded.Value());
+    Surface.SetImageType(ENUM_IMAGE_FORMAT::ImagePNG);
+    return true;
+}
+
+bool APIPNGParser::LoadFile(std::FILE* File, API32bppDIB& Surface) {
+    if (File == nullptr) {
+        Surface.DestroyDIB();
+        return false;
+    }
+    FileSource source(File);
+    bool ok = false;
+    ENUM_ALPHA_TYPE alpha = ENUM_ALPHA_TYPE::AlphaNone;
+    if (source.Open()) {
+        const auto loaded = Load(source, Surface);
+        if (loaded) {
+            ok = true;
+            alpha = loaded.Value();
+        }
+    }
+    source.Rewind();
+    if (!ok) {
+        Surface.DestroyDIB();
+        return false;
+    }
+    Surface.SetAlpha(alpha);
+    Surface.SetImageType(ENUM_IMAGE_FORMAT::ImagePNG);
+    return true;
+}
+
+}  // namespace kelvara
