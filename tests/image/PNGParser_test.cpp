@@ -149,7 +149,9 @@ Outcome DecodeFile(const Bytes& file, bool withZlib) {
     // The load starts at the file's current position, after these bytes.
     const Bytes junk = {1, 2, 3, 4, 5};
     std::fwrite(junk.data(), 1, junk.size(), f);
-    std::fwrite(file.data(), 1, file.size(), f);
+    if (!file.empty()) {
+        std::fwrite(file.data(), 1, file.size(), f);
+    }
     std::fseek(f, static_cast<long>(junk.size()), SEEK_SET);
     API32bppDIB surface;
     APIPNGParser parser;
