@@ -426,10 +426,12 @@ TEST(PNGParser, DecodesEachColourTypeByItsRules) {
         std::vector<Chunk> chunks = c.chunks;
         chunks.push_back(Idat(c.rows));
         chunks.push_back(kIend);
-        const Outcome outcome = Decode(MakePng(chunks), true);
+        const Bytes file = MakePng(chunks);
+        const Outcome outcome = Decode(file, true);
         ASSERT_TRUE(outcome.loaded);
         EXPECT_EQ(outcome.TopDown(), c.want);
         EXPECT_EQ(outcome.alpha, c.alpha);
+        EXPECT_EQ(DecodeFile(file, true).TopDown(), c.want);
     }
 }
 
@@ -475,6 +477,7 @@ TEST(PNGParser, TestsCrcsOfUsedChunksOnlyAndOnlyWithZlib) {
         const Bytes file = Edited([&](auto& chunks) { chunks[c.chunk].crc = c.crc; });
         const Outcome with = Decode(file, true);
         EXPECT_EQ(with.loaded, c.loadsWithZlib);
+        EXPECT_EQ(DecodeFile(file, true).loaded, c.loadsWithZlib);
         if (with.loaded) {
             EXPECT_EQ(with.TopDown(), want);
         }

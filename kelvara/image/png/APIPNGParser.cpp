@@ -3,9 +3,12 @@
 // Call flow:
 //   LoadStream / LoadFile → Load<Source>
 //     → signature (the whole of format detection)
-//     → WalkChunks → OnHeader | OnPalette | OnTransparency | OnImageData
-//     → Decode → Inflate (zlib, then the private inflate) → BuildIndexTable
-//              → InitializeDIB → for each pass and row: UnfilterRow → converter
+//     → WalkChunks → OnHeader | OnPalette | OnTransparency | IDAT joined
+//                    in CompressedData
+//     → Decode → Inflate (zlib, then the private inflate)
+//              → ChooseConverter (BuildIndexTable) → InitializeDIB
+//              → for each pass, row by row (or two rows at once):
+//                unfilter in place → converter straight into the surface
 //
 // How malformed input is treated:
 // - Anything but the eight signature bytes is declined at once.
@@ -18,7 +21,8 @@
 // - Zero-length chunks are skipped (IEND excepted), so an empty IHDR or PLTE
 //   counts as absent.
 // - PLTE, tRNS or IDAT before IHDR, and a second IHDR, fail the load. An IHDR
-//   shorter than 13 bytes fails; bytes past the thirteenth are ignored.
+//   shorter than 13 bytes fails; bytes past the thirteenth are ignored. A
+//   later PLTE or tRNS replaces an earlier one.
 // - IHDR values outside the format's sets fail; so does width × 32 × height
 //   past a signed 32-bit count. Colour type and depth pairs the format
 //   forbids (6 at depth 4, 3 at depth 16 ...) pass IHDR but no converter
@@ -37,6 +41,7 @@
 //   when zlib refuses a stream for its checksum, the private inflate, which
 //   never checks it, still decodes it.
 // - A row filter type above 4 fails the load.
+// - A file that cannot seek is not read at all.
 
 #include <algorithm>
 #include <array>
@@ -143,8 +148,9 @@ public:
         std::memcpy(out, bytes.data() + pos, n);
         return true;
     }
+    // Carries `crc` on over n bytes at pos.
     bool Crc(uint64_t pos, size_t n, uint32_t& crc) {
-        crc = Zlib::Crc32(bytes.subspan(static_cast<size_t>(pos), n));
+        crc = Zlib::Crc32(bytes.subspan(static_cast<size_t>(pos), n), crc);
         return true;
     }
 
@@ -191,7 +197,6 @@ public:
     }
     bool Crc(uint64_t pos, size_t n, uint32_t& crc) {
         uint8_t block[4096];
-        crc = 0;
         while (n > 0) {
             const size_t part = std::min(n, sizeof block);
             if (!Read(pos, block, part)) {
@@ -415,12 +420,6 @@ void OnTransparency(PngState& png, const uint8_t* data, size_t length) {
     }
 }
 
-// The chunk's data, up to `limit` bytes of it, into `out`.
-template <typename Source>
-bool ReadPrefix(Source& source, uint64_t dataPos, uint32_t length, uint8_t* out, size_t limit) {
-    return source.Read(dataPos, out, std::min<size_t>(length, limit));
-}
-
 template <typename Source>
 Result<Done, PngError> WalkChunks(Source& source, PngState& png) {
     const uint64_t size = source.Size();
@@ -450,17 +449,10 @@ Result<Done, PngError> WalkChunks(Source& source, PngState& png) {
             return Fail(PngError::HeaderMissing);
         }
 
-        uint32_t storedCrc = 0;
-        if (png.withZlib) {
-            uint8_t crcBytes[4];
-            if (!source.Read(dataPos + length, crcBytes, sizeof crcBytes)) {
-                return Fail(PngError::ReadFailed);
-            }
-            storedCrc = ReadBE32(crcBytes);
-        }
-        // A stored CRC of 0 means the writer did not compute one.
-        const bool testCrc = storedCrc != 0;
-
+        // The data come first and the CRC after them, so that a file is
+        // read straight through.
+        uint32_t crc = png.withZlib ? Zlib::Crc32(std::span<const uint8_t>(head + 4, 4)) : 0;
+        uint8_t small[3 * kMaxPaletteEntries];
         if (type == kIDAT) {
             if (!png.inflated) {
                 // Left uninitialised: a hostile header then costs nothing
@@ -477,48 +469,50 @@ Result<Done, PngError> WalkChunks(Source& source, PngState& png) {
             if (!source.Read(dataPos, room, length)) {
                 return Fail(PngError::ReadFailed);
             }
-            if (testCrc &&
-                Zlib::Crc32(std::span<const uint8_t>(room, length),
-                            Zlib::Crc32(std::span<const uint8_t>(head + 4, 4))) != storedCrc) {
-                return Fail(PngError::BadCrc);
+            if (png.withZlib) {
+                crc = Zlib::Crc32(std::span<const uint8_t>(room, length), crc);
             }
-            continue;
-        }
-
-        if (testCrc) {
-            uint32_t crc = 0;
-            if (!source.Crc(dataPos - 4, size_t{length} + 4, crc)) {
+        } else {
+            // Handlers look at no more than this much of their chunk.
+            const size_t limit = type == kIHDR   ? kHeaderLength
+                                 : type == kPLTE ? 3 * kMaxPaletteEntries
+                                                 : png.transparency.size();
+            const size_t kept = std::min<size_t>(length, limit);
+            if (!source.Read(dataPos, small, kept)) {
                 return Fail(PngError::ReadFailed);
             }
-            if (crc != storedCrc) {
+            if (png.withZlib) {
+                if (kept == length) {
+                    crc = Zlib::Crc32(std::span<const uint8_t>(small, kept), crc);
+                } else if (!source.Crc(dataPos, length, crc)) {
+                    return Fail(PngError::ReadFailed);
+                }
+            }
+        }
+        if (png.withZlib) {
+            uint8_t stored[4];
+            if (!source.Read(dataPos + length, stored, sizeof stored)) {
+                return Fail(PngError::ReadFailed);
+            }
+            // A stored CRC of 0 means the writer did not compute one.
+            if (ReadBE32(stored) != 0 && ReadBE32(stored) != crc) {
                 return Fail(PngError::BadCrc);
             }
         }
+
         if (type == kIHDR) {
-            uint8_t data[kHeaderLength];
             if (length < kHeaderLength) {
                 return Fail(PngError::BadHeader);
             }
-            if (!ReadPrefix(source, dataPos, length, data, sizeof data)) {
-                return Fail(PngError::ReadFailed);
-            }
-            if (auto done = OnHeader(png, data); !done) {
+            if (auto done = OnHeader(png, small); !done) {
                 return done;
             }
         } else if (type == kPLTE) {
-            uint8_t data[3 * kMaxPaletteEntries];
-            if (!ReadPrefix(source, dataPos, length, data, sizeof data)) {
-                return Fail(PngError::ReadFailed);
-            }
-            if (auto done = OnPalette(png, data, length); !done) {
+            if (auto done = OnPalette(png, small, length); !done) {
                 return done;
             }
-        } else {
-            uint8_t data[256];
-            if (!ReadPrefix(source, dataPos, length, data, sizeof data)) {
-                return Fail(PngError::ReadFailed);
-            }
-            OnTransparency(png, data, length);
+        } else if (type == kTRNS) {
+            OnTransparency(png, small, length);
         }
     }
 }
