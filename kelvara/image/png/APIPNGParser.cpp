@@ -617,6 +617,12 @@ struct PixelLanes {
             _mm_storel_epi64(reinterpret_cast<__m128i*>(p), v);
         }
     }
+    // Only the pixel's own bytes.
+    static void StoreExact(uint8_t* p, __m128i v) {
+        uint8_t bytes[16];
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes), v);
+        std::memcpy(p, bytes, Bpp);
+    }
     // The pixel's bytes in 16-bit lanes, extra lanes zero.
     static __m128i Widen(__m128i v, __m128i mask) {
         return _mm_unpacklo_epi8(_mm_and_si128(v, mask), _mm_setzero_si128());
@@ -760,7 +766,14 @@ void UnfilterPair(uint8_t filter, uint8_t* first, uint8_t* second, const uint8_t
             a1 = above;
         }
         a2 = AddLowBytes(L::Widen(raw2, mask), predictor2);
-        L::Store(first + i, _mm_add_epi8(raw1, _mm_packus_epi16(predictor1, zero)));
+        const __m128i x1 = _mm_add_epi8(raw1, _mm_packus_epi16(predictor1, zero));
+        if (i + Bpp < n) {
+            L::Store(first + i, x1);
+        } else {
+            // The extra lanes would reach the second row's first pixel,
+            // which may be done already while they hold its raw bytes.
+            L::StoreExact(first + i, x1);
+        }
         L::Store(second + i, _mm_add_epi8(raw2, _mm_packus_epi16(predictor2, zero)));
     }
 }
