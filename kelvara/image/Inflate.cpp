@@ -52,8 +52,9 @@ constexpr uint32_t kKindMask = 0xF000;
 constexpr uint32_t Entry(uint32_t value, uint32_t extraBits, uint32_t kind, uint32_t length) {
     return value << 16 | kind | extraBits << 8 | length;
 }
+// Masked to 6 bits, not 8: shifts by the result then need no extra masking.
 constexpr unsigned EntryLength(uint32_t entry) {
-    return entry & 0xFF;
+    return entry & 0x3F;
 }
 constexpr unsigned EntryExtra(uint32_t entry) {
     return (entry >> 8) & 0xF;
@@ -137,13 +138,22 @@ enum class CodeRule {
     CompleteSingleOrEmpty,  // also no codes at all
 };
 
-uint32_t ReverseBits(uint32_t code, unsigned length) {
-    uint32_t reversed = 0;
-    for (unsigned i = 0; i < length; ++i) {
-        reversed = reversed << 1 | (code & 1);
-        code >>= 1;
+constexpr std::array<uint8_t, 256> MakeByteReversal() {
+    std::array<uint8_t, 256> reversed{};
+    for (unsigned byte = 0; byte < 256; ++byte) {
+        for (unsigned bit = 0; bit < 8; ++bit) {
+            reversed[byte] |= ((byte >> bit) & 1) << (7 - bit);
+        }
     }
     return reversed;
+}
+
+constexpr std::array<uint8_t, 256> kByteReversal = MakeByteReversal();
+
+// The low `length` bits of `code` in reverse order (length 1 to 15).
+uint32_t ReverseBits(uint32_t code, unsigned length) {
+    const uint32_t reversed16 = kByteReversal[code & 0xFF] << 8 | kByteReversal[code >> 8];
+    return reversed16 >> (16 - length);
 }
 
 // Builds the decode table of the canonical code with the given lengths.
@@ -166,9 +176,9 @@ bool BuildTable(std::span<const uint8_t> lengths, const uint32_t* symbolEntries,
         total += count[length];
     }
 
+    // A complete code fills every entry, so only an incomplete one needs
+    // the invalid entries first (it never has sub-tables).
     const unsigned primarySize = 1u << primaryBits;
-    const uint32_t invalid = Entry(0, 0, kInvalid, 1);
-    std::fill_n(table.begin(), primarySize, invalid);
     if (unused > 0) {
         const bool single = total == 1 && count[1] == 1;
         const bool allowed = (total == 0 && rule == CodeRule::CompleteSingleOrEmpty) ||
@@ -176,6 +186,7 @@ bool BuildTable(std::span<const uint8_t> lengths, const uint32_t* symbolEntries,
         if (!allowed) {
             return false;
         }
+        std::fill_n(table.begin(), primarySize, Entry(0, 0, kInvalid, 1));
     }
 
     std::array<uint32_t, kMaxCodeLength + 1> next{};
@@ -210,7 +221,6 @@ bool BuildTable(std::span<const uint8_t> lengths, const uint32_t* symbolEntries,
                 return false;  // cannot happen for a complete code; see TableCapacity
             }
             table[index] = Entry(offset, depth[index], kSubTable, primaryBits);
-            std::fill_n(table.begin() + offset, size, invalid);
             offset += size;
         }
     }
@@ -277,9 +287,10 @@ void Copy8(uint8_t* to, const uint8_t* from) {
     std::memcpy(to, &value, sizeof value);
 }
 
-// The fast loop needs whole 8-byte reads and room for the longest match plus
-// the 8-byte chunk a copy may run over its end.
-constexpr ptrdiff_t kFastInput = 8;
+// The fast loop needs room for two refills (each reads 8 bytes and keeps up
+// to 7), and room for the longest match plus the 8-byte chunk a copy may run
+// over its end.
+constexpr ptrdiff_t kFastInput = 16;
 constexpr ptrdiff_t kFastOutput = kMaxMatch + 8;
 
 // Copies a match inside the fast loop; may write up to 7 bytes past its end.
@@ -521,25 +532,38 @@ struct Inflater {
             bits >>= n;
             count -= n;
         };
+        // Adds whole bytes until 56 to 63 bits are held; reads 8 bytes.
+        auto refill = [&] {
+            bits |= Load64LE(inPos) << count;
+            inPos += (63 - count) >> 3;
+            count |= 56;
+        };
 
         for (;;) {
-            // Fast loop: at least 56 bits after each refill cover one length
+            // Fast loop. At least 56 bits after a refill cover one length
             // code, its extra bits, a distance code and its extra bits
-            // (15 + 5 + 15 + 13).
+            // (15 + 5 + 15 + 13). The next primary entry is looked up as
+            // soon as the bits for it are known, before the refill and the
+            // copy, so that neither waits for the table: a refill only adds
+            // bits above those already held.
+            uint32_t entry = 0;
+            bool preloaded = false;
             while (inLast - inPos >= kFastInput && outLast - outPos >= kFastOutput) {
-                bits |= Load64LE(inPos) << count;
-                inPos += (63 - count) >> 3;
-                count |= 56;
-
-                uint32_t entry = litLen[bits & litLenMask];
+                if (!preloaded) {
+                    refill();
+                    entry = litLen[bits & litLenMask];
+                    preloaded = true;
+                }
+                refill();
                 if (entry & kSubTable) {
                     consume(kLitLenBits);
                     entry = litLen[EntryValue(entry) + (bits & ((1u << EntryExtra(entry)) - 1))];
                 }
                 consume(EntryLength(entry));
                 if (entry & kLiteral) {
+                    // Three literals leave at least 56 - 45 = 11 bits, enough
+                    // for the next primary lookup.
                     *outPos++ = static_cast<uint8_t>(EntryValue(entry));
-                    // Up to two more literals fit in the bits already here.
                     entry = litLen[bits & litLenMask];
                     if (entry & kLiteral) {
                         consume(EntryLength(entry));
@@ -548,6 +572,7 @@ struct Inflater {
                         if (entry & kLiteral) {
                             consume(EntryLength(entry));
                             *outPos++ = static_cast<uint8_t>(EntryValue(entry));
+                            entry = litLen[bits & litLenMask];
                         }
                     }
                     continue;
@@ -576,6 +601,8 @@ struct Inflater {
                         failure = InflateError::BadDistance;
                         goto failed;
                     }
+                    refill();
+                    entry = litLen[bits & litLenMask];
                     outPos = CopyMatchFast(outPos, distance, length);
                     continue;
                 }
@@ -595,7 +622,7 @@ struct Inflater {
             bits = bitBuffer;
             count = bitCount;
 
-            uint32_t entry = litLen[bits & litLenMask];
+            entry = litLen[bits & litLenMask];
             if (entry & kSubTable) {
                 consume(kLitLenBits);
                 entry = litLen[EntryValue(entry) + (bits & ((1u << EntryExtra(entry)) - 1))];

@@ -3,9 +3,12 @@
 // Call flow:
 //   LoadStream / LoadFile → Load<Source>
 //     → signature (the whole of format detection)
-//     → WalkChunks → OnHeader | OnPalette | OnTransparency | OnImageData
-//     → Decode → Inflate (zlib, then the private inflate) → BuildIndexTable
-//              → InitializeDIB → for each pass and row: UnfilterRow → converter
+//     → WalkChunks → OnHeader | OnPalette | OnTransparency | IDAT joined
+//                    in CompressedData
+//     → Decode → Inflate (zlib, then the private inflate)
+//              → ChooseConverter (BuildIndexTable) → InitializeDIB
+//              → for each pass, row by row (or two rows at once):
+//                unfilter in place → converter straight into the surface
 //
 // How malformed input is treated:
 // - Anything but the eight signature bytes is declined at once.
@@ -18,7 +21,8 @@
 // - Zero-length chunks are skipped (IEND excepted), so an empty IHDR or PLTE
 //   counts as absent.
 // - PLTE, tRNS or IDAT before IHDR, and a second IHDR, fail the load. An IHDR
-//   shorter than 13 bytes fails; bytes past the thirteenth are ignored.
+//   shorter than 13 bytes fails; bytes past the thirteenth are ignored. A
+//   later PLTE or tRNS replaces an earlier one.
 // - IHDR values outside the format's sets fail; so does width × 32 × height
 //   past a signed 32-bit count. Colour type and depth pairs the format
 //   forbids (6 at depth 4, 3 at depth 16 ...) pass IHDR but no converter
@@ -37,9 +41,11 @@
 //   when zlib refuses a stream for its checksum, the private inflate, which
 //   never checks it, still decodes it.
 // - A row filter type above 4 fails the load.
+// - A file that cannot seek is not read at all.
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -48,6 +54,10 @@
 #include "kelvara/base/Result.h"
 #include "kelvara/image/Inflate.h"
 #include "kelvara/image/Zlib.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace kelvara {
 
@@ -69,6 +79,13 @@ constexpr uint64_t kSignatureSize = 8;
 constexpr uint64_t kChunkOverhead = 12;
 constexpr size_t kHeaderLength = 13;
 constexpr size_t kMaxPaletteEntries = 256;
+// Bytes past the last row that the vector unfilter reads and writes back
+// unchanged.
+#if defined(__SSE2__)
+constexpr size_t kUnfilterSlack = 8;
+#else
+constexpr size_t kUnfilterSlack = 0;
+#endif
 
 constexpr uint32_t ChunkType(const char (&name)[5]) {
     return uint32_t{uint8_t(name[0])} << 24 | uint32_t{uint8_t(name[1])} << 16 |
@@ -131,8 +148,9 @@ public:
         std::memcpy(out, bytes.data() + pos, n);
         return true;
     }
+    // Carries `crc` on over n bytes at pos.
     bool Crc(uint64_t pos, size_t n, uint32_t& crc) {
-        crc = Zlib::Crc32(bytes.subspan(static_cast<size_t>(pos), n));
+        crc = Zlib::Crc32(bytes.subspan(static_cast<size_t>(pos), n), crc);
         return true;
     }
 
@@ -179,7 +197,6 @@ public:
     }
     bool Crc(uint64_t pos, size_t n, uint32_t& crc) {
         uint8_t block[4096];
-        crc = 0;
         while (n > 0) {
             const size_t part = std::min(n, sizeof block);
             if (!Read(pos, block, part)) {
@@ -218,7 +235,8 @@ private:
 
 // The joined IDAT payloads. The block starts at half the file plus one byte
 // and, when a chunk does not fit, grows by what is missing plus a quarter of
-// the file, so a typical file needs one block and few copies.
+// the file, so a typical file needs one block and few copies. Growing goes
+// through realloc, which can often extend a large block in place.
 class CompressedData {
 public:
     explicit CompressedData(uint64_t fileSize) : fileSize(fileSize) {}
@@ -240,14 +258,12 @@ public:
             if (grown > SIZE_MAX) {
                 return nullptr;
             }
-            std::unique_ptr<uint8_t[]> larger(new (std::nothrow) uint8_t[grown]);
-            if (!larger) {
+            void* larger = std::realloc(bytes.get(), static_cast<size_t>(grown));
+            if (larger == nullptr) {
                 return nullptr;
             }
-            if (used > 0) {
-                std::memcpy(larger.get(), bytes.get(), used);
-            }
-            bytes = std::move(larger);
+            bytes.release();
+            bytes.reset(static_cast<uint8_t*>(larger));
             capacity = grown;
         }
         uint8_t* room = bytes.get() + used;
@@ -261,8 +277,12 @@ public:
     }
 
 private:
+    struct Free {
+        void operator()(uint8_t* p) const { std::free(p); }
+    };
+
     uint64_t fileSize;
-    std::unique_ptr<uint8_t[]> bytes;
+    std::unique_ptr<uint8_t, Free> bytes;
     size_t used = 0;
     uint64_t capacity = 0;
 };
@@ -293,6 +313,11 @@ struct PngState {
     int32_t transparencyKey = -1;
 
     CompressedData compressed;
+    // Room for the inflated rows, taken at the first IDAT, before the
+    // compressed data grow: the large blocks of a load then stack in the
+    // order they are freed, which lets the allocator keep them for the next
+    // load instead of returning and refaulting them.
+    std::unique_ptr<uint8_t[]> inflated;
 };
 
 uint32_t BitsPerPixel(const PngState& png) {
@@ -395,12 +420,6 @@ void OnTransparency(PngState& png, const uint8_t* data, size_t length) {
     }
 }
 
-// The chunk's data, up to `limit` bytes of it, into `out`.
-template <typename Source>
-bool ReadPrefix(Source& source, uint64_t dataPos, uint32_t length, uint8_t* out, size_t limit) {
-    return source.Read(dataPos, out, std::min<size_t>(length, limit));
-}
-
 template <typename Source>
 Result<Done, PngError> WalkChunks(Source& source, PngState& png) {
     const uint64_t size = source.Size();
@@ -430,18 +449,19 @@ Result<Done, PngError> WalkChunks(Source& source, PngState& png) {
             return Fail(PngError::HeaderMissing);
         }
 
-        uint32_t storedCrc = 0;
-        if (png.withZlib) {
-            uint8_t crcBytes[4];
-            if (!source.Read(dataPos + length, crcBytes, sizeof crcBytes)) {
-                return Fail(PngError::ReadFailed);
-            }
-            storedCrc = ReadBE32(crcBytes);
-        }
-        // A stored CRC of 0 means the writer did not compute one.
-        const bool testCrc = storedCrc != 0;
-
+        // The data come first and the CRC after them, so that a file is
+        // read straight through.
+        uint32_t crc = png.withZlib ? Zlib::Crc32(std::span<const uint8_t>(head + 4, 4)) : 0;
+        uint8_t small[3 * kMaxPaletteEntries];
         if (type == kIDAT) {
+            if (!png.inflated) {
+                // Left uninitialised: a hostile header then costs nothing
+                // before the data fail to inflate.
+                png.inflated.reset(new (std::nothrow) uint8_t[png.expectedSize + kUnfilterSlack]);
+                if (!png.inflated) {
+                    return Fail(PngError::OutOfMemory);
+                }
+            }
             uint8_t* room = png.compressed.Extend(length);
             if (room == nullptr) {
                 return Fail(PngError::OutOfMemory);
@@ -449,53 +469,60 @@ Result<Done, PngError> WalkChunks(Source& source, PngState& png) {
             if (!source.Read(dataPos, room, length)) {
                 return Fail(PngError::ReadFailed);
             }
-            if (testCrc &&
-                Zlib::Crc32(std::span<const uint8_t>(room, length),
-                            Zlib::Crc32(std::span<const uint8_t>(head + 4, 4))) != storedCrc) {
-                return Fail(PngError::BadCrc);
+            if (png.withZlib) {
+                crc = Zlib::Crc32(std::span<const uint8_t>(room, length), crc);
             }
-            continue;
-        }
-
-        if (testCrc) {
-            uint32_t crc = 0;
-            if (!source.Crc(dataPos - 4, size_t{length} + 4, crc)) {
+        } else {
+            // Handlers look at no more than this much of their chunk.
+            const size_t limit = type == kIHDR   ? kHeaderLength
+                                 : type == kPLTE ? 3 * kMaxPaletteEntries
+                                                 : png.transparency.size();
+            const size_t kept = std::min<size_t>(length, limit);
+            if (!source.Read(dataPos, small, kept)) {
                 return Fail(PngError::ReadFailed);
             }
-            if (crc != storedCrc) {
+            if (png.withZlib) {
+                if (kept == length) {
+                    crc = Zlib::Crc32(std::span<const uint8_t>(small, kept), crc);
+                } else if (!source.Crc(dataPos, length, crc)) {
+                    return Fail(PngError::ReadFailed);
+                }
+            }
+        }
+        if (png.withZlib) {
+            uint8_t stored[4];
+            if (!source.Read(dataPos + length, stored, sizeof stored)) {
+                return Fail(PngError::ReadFailed);
+            }
+            // A stored CRC of 0 means the writer did not compute one.
+            if (ReadBE32(stored) != 0 && ReadBE32(stored) != crc) {
                 return Fail(PngError::BadCrc);
             }
         }
+
         if (type == kIHDR) {
-            uint8_t data[kHeaderLength];
             if (length < kHeaderLength) {
                 return Fail(PngError::BadHeader);
             }
-            if (!ReadPrefix(source, dataPos, length, data, sizeof data)) {
-                return Fail(PngError::ReadFailed);
-            }
-            if (auto done = OnHeader(png, data); !done) {
+            if (auto done = OnHeader(png, small); !done) {
                 return done;
             }
         } else if (type == kPLTE) {
-            uint8_t data[3 * kMaxPaletteEntries];
-            if (!ReadPrefix(source, dataPos, length, data, sizeof data)) {
-                return Fail(PngError::ReadFailed);
-            }
-            if (auto done = OnPalette(png, data, length); !done) {
+            if (auto done = OnPalette(png, small, length); !done) {
                 return done;
             }
-        } else {
-            uint8_t data[256];
-            if (!ReadPrefix(source, dataPos, length, data, sizeof data)) {
-                return Fail(PngError::ReadFailed);
-            }
-            OnTransparency(png, data, length);
+        } else if (type == kTRNS) {
+            OnTransparency(png, small, length);
         }
     }
 }
 
 // --- Unfiltering ---------------------------------------------------------------
+
+// Each row's filter is reversed in place. `prior` is the row above, already
+// reversed, or nullptr on a pass's first row, which sees zeros above it (so
+// Up does nothing there and Paeth always predicts the left neighbour). The
+// left neighbour is whole bytes per pixel away, at least 1.
 
 uint8_t Paeth(int a, int b, int c) {
     const int pa = std::abs(b - c);
@@ -507,12 +534,10 @@ uint8_t Paeth(int a, int b, int c) {
     return static_cast<uint8_t>(pb <= pc ? b : c);
 }
 
-// Reverses one row's filter in place. `prior` is the row above, already
-// reversed, or nullptr on a pass's first row (which sees zeros above it).
-// Bpp is the distance to the left neighbour: whole bytes per pixel, at
-// least 1.
+// One byte at a time: for one- and two-byte pixels, and where there is no
+// vector unit.
 template <size_t Bpp>
-bool UnfilterRowAt(uint8_t filter, uint8_t* row, const uint8_t* prior, size_t n) {
+bool UnfilterBytes(uint8_t filter, uint8_t* row, const uint8_t* prior, size_t n) {
     switch (filter) {
         case 0:
             return true;
@@ -544,7 +569,6 @@ bool UnfilterRowAt(uint8_t filter, uint8_t* row, const uint8_t* prior, size_t n)
             return true;
         case 4:
             if (prior == nullptr) {
-                // With zeros above, the predictor is always the left neighbour.
                 for (size_t i = Bpp; i < n; ++i) {
                     row[i] = static_cast<uint8_t>(row[i] + row[i - Bpp]);
                 }
@@ -563,22 +587,239 @@ bool UnfilterRowAt(uint8_t filter, uint8_t* row, const uint8_t* prior, size_t n)
     }
 }
 
-using UnfilterFunction = bool (*)(uint8_t, uint8_t*, const uint8_t*, size_t);
+#if defined(__SSE2__)
 
-UnfilterFunction ChooseUnfilter(uint32_t bitsPerPixel) {
+// A whole pixel at a time in a vector register, for pixels of 3, 4, 6 or 8
+// bytes. A 3- or 6-byte pixel is loaded as 4 or 8 bytes; the extra lanes of
+// every predictor are masked to zero, so storing the sum writes the
+// following bytes back unchanged. Each pixel's raw bytes are loaded one
+// pixel ahead, before the store that overlaps them, since a load that
+// straddles a just-stored word waits for the store to drain. Reading ahead
+// runs into the next row, or into slack at the end of the inflated buffer.
+template <size_t Bpp>
+struct PixelLanes {
+    static constexpr size_t kWidth = Bpp <= 4 ? 4 : 8;
+
+    static __m128i Load(const uint8_t* p) {
+        if constexpr (kWidth == 4) {
+            int32_t v;
+            std::memcpy(&v, p, 4);
+            return _mm_cvtsi32_si128(v);
+        } else {
+            return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+        }
+    }
+    static void Store(uint8_t* p, __m128i v) {
+        if constexpr (kWidth == 4) {
+            const int32_t x = _mm_cvtsi128_si32(v);
+            std::memcpy(p, &x, 4);
+        } else {
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(p), v);
+        }
+    }
+    // Only the pixel's own bytes.
+    static void StoreExact(uint8_t* p, __m128i v) {
+        uint8_t bytes[16];
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes), v);
+        std::memcpy(p, bytes, Bpp);
+    }
+    // The pixel's bytes in 16-bit lanes, extra lanes zero.
+    static __m128i Widen(__m128i v, __m128i mask) {
+        return _mm_unpacklo_epi8(_mm_and_si128(v, mask), _mm_setzero_si128());
+    }
+    static __m128i Load16(const uint8_t* p, __m128i mask) { return Widen(Load(p), mask); }
+    static __m128i Mask() {
+        if constexpr (Bpp == 3) {
+            return _mm_cvtsi32_si128(0x00FFFFFF);
+        } else if constexpr (Bpp == 6) {
+            return _mm_set_epi32(0, 0, 0x0000FFFF, -1);
+        } else {
+            return _mm_set1_epi8(-1);
+        }
+    }
+};
+
+// raw + predictor, reduced to bytes, still in 16-bit lanes.
+inline __m128i AddLowBytes(__m128i raw16, __m128i predictor) {
+    return _mm_and_si128(_mm_add_epi16(raw16, predictor), _mm_set1_epi16(0x00FF));
+}
+
+// In 16-bit lanes: pa = |b − c|, pb = |a − c|, pc = |a + b − 2c|; the
+// predictor is a when pa is smallest, else b when pb is, else c.
+inline __m128i PaethPredictor(__m128i a, __m128i b, __m128i c) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i bc = _mm_sub_epi16(b, c);
+    const __m128i ac = _mm_sub_epi16(a, c);
+    const __m128i abc = _mm_add_epi16(bc, ac);
+    const __m128i pa = _mm_max_epi16(bc, _mm_sub_epi16(zero, bc));
+    const __m128i pb = _mm_max_epi16(ac, _mm_sub_epi16(zero, ac));
+    const __m128i pc = _mm_max_epi16(abc, _mm_sub_epi16(zero, abc));
+    const __m128i smallest = _mm_min_epi16(pc, _mm_min_epi16(pa, pb));
+    const __m128i useA = _mm_cmpeq_epi16(pa, smallest);
+    const __m128i useB = _mm_cmpeq_epi16(pb, smallest);
+    const __m128i bOrC = _mm_or_si128(_mm_and_si128(useB, b), _mm_andnot_si128(useB, c));
+    return _mm_or_si128(_mm_and_si128(useA, a), _mm_andnot_si128(useA, bOrC));
+}
+
+template <size_t Bpp>
+bool UnfilterPixels(uint8_t filter, uint8_t* row, const uint8_t* prior, size_t n) {
+    using L = PixelLanes<Bpp>;
+    const __m128i mask = L::Mask();
+    const __m128i zero = _mm_setzero_si128();
+    switch (filter) {
+        case 0:
+            return true;
+        case 1: {
+            __m128i a = zero;
+            __m128i next = L::Load(row);
+            for (size_t i = 0; i < n; i += Bpp) {
+                const __m128i raw = next;
+                next = L::Load(row + i + Bpp);
+                a = _mm_add_epi8(raw, _mm_and_si128(a, mask));
+                L::Store(row + i, a);
+            }
+            return true;
+        }
+        case 2: {
+            if (prior == nullptr) {
+                return true;
+            }
+            size_t i = 0;
+            for (; i + 16 <= n; i += 16) {
+                const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + i));
+                const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(prior + i));
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(row + i), _mm_add_epi8(x, b));
+            }
+            for (; i < n; ++i) {
+                row[i] = static_cast<uint8_t>(row[i] + prior[i]);
+            }
+            return true;
+        }
+        case 3: {
+            // In 16-bit lanes, for the same reason as Paeth below.
+            __m128i a = zero;
+            __m128i next = L::Load(row);
+            for (size_t i = 0; i < n; i += Bpp) {
+                const __m128i raw = next;
+                next = L::Load(row + i + Bpp);
+                const __m128i b = prior != nullptr ? L::Load16(prior + i, mask) : zero;
+                const __m128i average = _mm_srli_epi16(_mm_add_epi16(a, b), 1);
+                a = AddLowBytes(L::Widen(raw, mask), average);
+                L::Store(row + i, _mm_add_epi8(raw, _mm_packus_epi16(average, zero)));
+            }
+            return true;
+        }
+        case 4: {
+            if (prior == nullptr) {
+                return UnfilterPixels<Bpp>(1, row, prior, n);
+            }
+            // Each pixel waits for the one before it, so the left neighbour is
+            // kept in 16-bit lanes and everything that does not need it (the
+            // store among them) stays off that chain.
+            __m128i a = zero;
+            __m128i c = zero;
+            __m128i next = L::Load(row);
+            for (size_t i = 0; i < n; i += Bpp) {
+                const __m128i raw = next;
+                next = L::Load(row + i + Bpp);
+                const __m128i b = L::Load16(prior + i, mask);
+                const __m128i predictor = PaethPredictor(a, b, c);
+                a = AddLowBytes(L::Widen(raw, mask), predictor);
+                L::Store(row + i, _mm_add_epi8(raw, _mm_packus_epi16(predictor, zero)));
+                c = b;
+            }
+            return true;
+        }
+        default:
+            return false;
+    }
+}
+
+// Two rows with the same Average or Paeth filter, reversed side by side: the
+// second row's pixel needs only the first row's pixel above it, which is
+// still in a register, so the two chains of left neighbours overlap.
+template <size_t Bpp>
+void UnfilterPair(uint8_t filter, uint8_t* first, uint8_t* second, const uint8_t* prior, size_t n) {
+    using L = PixelLanes<Bpp>;
+    const __m128i mask = L::Mask();
+    const __m128i zero = _mm_setzero_si128();
+    __m128i a1 = zero, c1 = zero, a2 = zero, c2 = zero;
+    __m128i next1 = L::Load(first);
+    __m128i next2 = L::Load(second);
+    for (size_t i = 0; i < n; i += Bpp) {
+        const __m128i raw1 = next1;
+        const __m128i raw2 = next2;
+        next1 = L::Load(first + i + Bpp);
+        next2 = L::Load(second + i + Bpp);
+        const __m128i b1 = L::Load16(prior + i, mask);
+        __m128i predictor1, predictor2;
+        if (filter == 3) {
+            predictor1 = _mm_srli_epi16(_mm_add_epi16(a1, b1), 1);
+            a1 = AddLowBytes(L::Widen(raw1, mask), predictor1);
+            predictor2 = _mm_srli_epi16(_mm_add_epi16(a2, a1), 1);
+        } else {
+            predictor1 = PaethPredictor(a1, b1, c1);
+            c1 = b1;
+            const __m128i above = AddLowBytes(L::Widen(raw1, mask), predictor1);
+            predictor2 = PaethPredictor(a2, above, c2);
+            c2 = above;
+            a1 = above;
+        }
+        a2 = AddLowBytes(L::Widen(raw2, mask), predictor2);
+        const __m128i x1 = _mm_add_epi8(raw1, _mm_packus_epi16(predictor1, zero));
+        if (i + Bpp < n) {
+            L::Store(first + i, x1);
+        } else {
+            // The extra lanes would reach the second row's first pixel,
+            // which may be done already while they hold its raw bytes.
+            L::StoreExact(first + i, x1);
+        }
+        L::Store(second + i, _mm_add_epi8(raw2, _mm_packus_epi16(predictor2, zero)));
+    }
+}
+
+#else
+
+template <size_t Bpp>
+bool UnfilterPixels(uint8_t filter, uint8_t* row, const uint8_t* prior, size_t n) {
+    return UnfilterBytes<Bpp>(filter, row, prior, n);
+}
+
+#endif
+
+using UnfilterFunction = bool (*)(uint8_t, uint8_t*, const uint8_t*, size_t);
+using UnfilterPairFunction = void (*)(uint8_t, uint8_t*, uint8_t*, const uint8_t*, size_t);
+
+struct Unfilter {
+    UnfilterFunction row;
+    // Two consecutive rows of one filter type, 3 or 4, with a row above
+    // them; nullptr where that is no faster.
+    UnfilterPairFunction pair;
+};
+
+template <size_t Bpp>
+Unfilter WholePixels() {
+#if defined(__SSE2__)
+    return {UnfilterPixels<Bpp>, UnfilterPair<Bpp>};
+#else
+    return {UnfilterPixels<Bpp>, nullptr};
+#endif
+}
+
+Unfilter ChooseUnfilter(uint32_t bitsPerPixel) {
     switch (std::max<uint32_t>(bitsPerPixel / 8, 1)) {
         case 1:
-            return UnfilterRowAt<1>;
+            return {UnfilterBytes<1>, nullptr};
         case 2:
-            return UnfilterRowAt<2>;
+            return {UnfilterBytes<2>, nullptr};
         case 3:
-            return UnfilterRowAt<3>;
+            return WholePixels<3>();
         case 4:
-            return UnfilterRowAt<4>;
+            return WholePixels<4>();
         case 6:
-            return UnfilterRowAt<6>;
+            return WholePixels<6>();
         default:
-            return UnfilterRowAt<8>;
+            return WholePixels<8>();
     }
 }
 
@@ -669,7 +910,22 @@ bool ConvertGray16(const uint8_t* src, uint8_t* dst, uint32_t count, const Pixel
 // first.
 template <int S, bool Keyed>
 bool ConvertRgb(const uint8_t* src, uint8_t* dst, uint32_t count, const PixelFormat& format) {
-    for (uint32_t x = 0; x < count; ++x, src += 3 * S, dst += 4) {
+    uint32_t x = 0;
+    if constexpr (S == 1 && !Keyed && std::endian::native == std::endian::little) {
+        // Four pixels from three words: R0 G0 B0 R1 | G1 B1 R2 G2 | B2 R3 G3 B3.
+        for (; x + 4 <= count; x += 4, src += 12, dst += 16) {
+            uint32_t in[3];
+            std::memcpy(in, src, sizeof in);
+            const uint32_t out[4] = {
+                (in[0] >> 16 & 0xFF) | (in[0] & 0xFF00) | (in[0] << 16 & 0xFF0000) | 0xFF000000u,
+                (in[1] >> 8 & 0xFF) | (in[1] << 8 & 0xFF00) | (in[0] >> 8 & 0xFF0000) | 0xFF000000u,
+                (in[2] & 0xFF) | (in[1] >> 16 & 0xFF00) | (in[1] & 0xFF0000) | 0xFF000000u,
+                (in[2] >> 24) | (in[2] >> 8 & 0xFF00) | (in[2] << 8 & 0xFF0000) | 0xFF000000u,
+            };
+            std::memcpy(dst, out, sizeof out);
+        }
+    }
+    for (; x < count; ++x, src += 3 * S, dst += 4) {
         const uint8_t r = src[0], g = src[S], b = src[2 * S];
         if (Keyed && r == format.keyRed && g == format.keyGreen && b == format.keyBlue) {
             Store(dst, 0, 0, 0, 0);
@@ -690,9 +946,40 @@ bool ConvertGrayAlpha(const uint8_t* src, uint8_t* dst, uint32_t count, const Pi
     return true;
 }
 
+#if defined(__SSE2__)
+
+// Two RGBA pixels in 16-bit lanes → premultiplied BGRA, still in 16-bit
+// lanes. Alpha is multiplied by 255, which the division gives back.
+inline __m128i PremultiplyTwo(__m128i rgba) {
+    const __m128i alpha = _mm_shufflehi_epi16(_mm_shufflelo_epi16(rgba, 0xFF), 0xFF);
+    const __m128i colourLanes = _mm_set_epi16(0, -1, -1, -1, 0, -1, -1, -1);
+    const __m128i alpha255 = _mm_set_epi16(255, 0, 0, 0, 255, 0, 0, 0);
+    const __m128i factor = _mm_or_si128(_mm_and_si128(alpha, colourLanes), alpha255);
+    const __m128i x = _mm_mullo_epi16(rgba, factor);
+    const __m128i one = _mm_set1_epi16(1);
+    const __m128i quotient =
+        _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(x, one), _mm_srli_epi16(x, 8)), 8);
+    // Red and blue change places.
+    return _mm_shufflehi_epi16(_mm_shufflelo_epi16(quotient, 0xC6), 0xC6);
+}
+
+#endif
+
 template <int S>
 bool ConvertRgba(const uint8_t* src, uint8_t* dst, uint32_t count, const PixelFormat&) {
-    for (uint32_t x = 0; x < count; ++x, src += 4 * S, dst += 4) {
+    uint32_t x = 0;
+#if defined(__SSE2__)
+    if constexpr (S == 1) {
+        const __m128i zero = _mm_setzero_si128();
+        for (; x + 4 <= count; x += 4, src += 16, dst += 16) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+            const __m128i low = PremultiplyTwo(_mm_unpacklo_epi8(v, zero));
+            const __m128i high = PremultiplyTwo(_mm_unpackhi_epi8(v, zero));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm_packus_epi16(low, high));
+        }
+    }
+#endif
+    for (; x < count; ++x, src += 4 * S, dst += 4) {
         const uint32_t a = src[3 * S];
         Store(dst, Premultiply(src[2 * S], a), Premultiply(src[S], a), Premultiply(src[0], a),
               static_cast<uint8_t>(a));
@@ -810,19 +1097,14 @@ Result<size_t, PngError> Inflate(const PngState& png, std::span<uint8_t> out) {
 
 Result<ENUM_ALPHA_TYPE, PngError> Decode(PngState& png, API32bppDIB& surface) {
     const size_t expected = static_cast<size_t>(png.expectedSize);
-    // Left uninitialised: a hostile header then costs nothing before the
-    // data fail to inflate.
-    std::unique_ptr<uint8_t[]> inflated(new (std::nothrow) uint8_t[expected]);
-    if (!inflated) {
-        return Fail(PngError::OutOfMemory);
-    }
+    std::unique_ptr<uint8_t[]> inflated = std::move(png.inflated);
     auto written = Inflate(png, std::span<uint8_t>(inflated.get(), expected));
     png.compressed.Release();
     if (!written) {
         return Fail(written.Error());
     }
     // Data that end early decode as if the rest were zeros.
-    std::memset(inflated.get() + written.Value(), 0, expected - written.Value());
+    std::memset(inflated.get() + written.Value(), 0, expected + kUnfilterSlack - written.Value());
 
     PixelFormat format;
     const ConvertFunction convert = ChooseConverter(png, format);
@@ -830,7 +1112,7 @@ Result<ENUM_ALPHA_TYPE, PngError> Decode(PngState& png, API32bppDIB& surface) {
         return Fail(PngError::Unsupported);
     }
     const uint32_t bits = BitsPerPixel(png);
-    const UnfilterFunction unfilter = ChooseUnfilter(bits);
+    const Unfilter unfilter = ChooseUnfilter(bits);
 
     if (!surface.InitializeDIB(static_cast<int32_t>(png.width), static_cast<int32_t>(png.height))) {
         return Fail(PngError::SurfaceFailed);
@@ -857,29 +1139,46 @@ Result<ENUM_ALPHA_TYPE, PngError> Decode(PngState& png, API32bppDIB& surface) {
             continue;
         }
         const size_t rowBytes = static_cast<size_t>(RowBytes(columns, bits));
-        const uint8_t* prior = nullptr;
-        for (uint32_t r = 0; r < rows; ++r) {
-            uint8_t* body = line + 1;
-            if (!unfilter(line[0], body, prior, rowBytes)) {
-                return Fail(PngError::BadFilter);
-            }
+        // Converts pass row r, already unfiltered, into the surface.
+        auto emit = [&](uint32_t r, const uint8_t* body) {
             const int32_t y = static_cast<int32_t>(pass.startY + r * pass.stepY);
             if (png.interlace == 0) {
-                if (!convert(body, pixels.Row(y), columns, format)) {
+                return convert(body, pixels.Row(y), columns, format);
+            }
+            if (!convert(body, passRow.get(), columns, format)) {
+                return false;
+            }
+            uint8_t* target = pixels.Row(y) + size_t{pass.startX} * 4;
+            for (uint32_t c = 0; c < columns; ++c) {
+                std::memcpy(target + size_t{c} * pass.stepX * 4, passRow.get() + size_t{c} * 4, 4);
+            }
+            return true;
+        };
+        const uint8_t* prior = nullptr;
+        for (uint32_t r = 0; r < rows;) {
+            uint8_t* body = line + 1;
+            uint8_t* following = body + rowBytes;
+            const uint8_t filter = line[0];
+            if (unfilter.pair != nullptr && prior != nullptr && r + 1 < rows &&
+                (filter == 3 || filter == 4) && following[0] == filter) {
+                unfilter.pair(filter, body, following + 1, prior, rowBytes);
+                if (!emit(r, body) || !emit(r + 1, following + 1)) {
                     return Fail(PngError::IndexOutsidePalette);
                 }
-            } else {
-                if (!convert(body, passRow.get(), columns, format)) {
-                    return Fail(PngError::IndexOutsidePalette);
-                }
-                uint8_t* target = pixels.Row(y) + size_t{pass.startX} * 4;
-                for (uint32_t c = 0; c < columns; ++c) {
-                    std::memcpy(target + size_t{c} * pass.stepX * 4, passRow.get() + size_t{c} * 4,
-                                4);
-                }
+                prior = following + 1;
+                line = following + 1 + rowBytes;
+                r += 2;
+                continue;
+            }
+            if (!unfilter.row(filter, body, prior, rowBytes)) {
+                return Fail(PngError::BadFilter);
+            }
+            if (!emit(r, body)) {
+                return Fail(PngError::IndexOutsidePalette);
             }
             prior = body;
-            line += rowBytes + 1;
+            line = following;
+            ++r;
         }
     }
 
