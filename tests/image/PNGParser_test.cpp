@@ -599,6 +599,8 @@ TEST(PNGParser, RefusesMalformedFiles) {
         {"filter method 1", [](auto& c) { c[0].data[11] = 1; }},
         {"interlace 2", [](auto& c) { c[0].data[12] = 2; }},
         {"width × 32 × height past 2^31 − 1", [](auto& c) { c[0] = Ihdr(8192, 8193, 1, 0); }},
+        {"sides whose product passes 64 bits",
+         [](auto& c) { c[0] = Ihdr(0x6C4B1400, 0x10610000, 1, 0); }},
         {"colour type 6 at depth 4", [](auto& c) { c[0] = Ihdr(2, 2, 4, 6); }},
         {"colour type 3 at depth 16", [](auto& c) { c[0] = Ihdr(1, 2, 16, 3); }},
         {"PLTE of 4 bytes", [](auto& c) { c[1].data.push_back(0); }},

@@ -349,7 +349,8 @@ Result<Done, PngError> OnHeader(PngState& png, const uint8_t* data) {
         !colorTypeOk || data[10] != 0 || data[11] != 0 || data[12] > 1) {
         return Fail(PngError::BadHeader);
     }
-    if (int64_t{width} * 32 * int64_t{height} > kMaxSizeProduct) {
+    // Both sides fit 31 bits, so their product cannot overflow 64.
+    if (uint64_t{width} * uint64_t{height} > uint64_t{kMaxSizeProduct} / 32) {
         return Fail(PngError::TooLarge);
     }
     png.width = width;
