@@ -88,6 +88,9 @@ constexpr unsigned kLitLenCapacity = TableCapacity(kLitLenBits, kMaxLitLenCodes)
 constexpr unsigned kDistCapacity = TableCapacity(kDistBits, kMaxDistCodes);
 // The fixed code uses 288 and 32 symbols but has no code longer than 9 bits.
 static_assert(kLitLenBits >= 9 && kDistBits >= 5);
+// The fast loop looks up the next code after three literals (up to 45 bits)
+// from the 56 bits a refill guarantees.
+static_assert(56 - 3 * kMaxCodeLength >= kLitLenBits);
 
 // What each symbol decodes to, before its code length is known.
 struct SymbolEntries {
@@ -288,21 +291,23 @@ void Copy8(uint8_t* to, const uint8_t* from) {
 }
 
 // The fast loop needs room for two refills (each reads 8 bytes and keeps up
-// to 7), and room for the longest match plus the 8-byte chunk a copy may run
+// to 7), and room for the longest match plus the 16 bytes a copy may run
 // over its end.
 constexpr ptrdiff_t kFastInput = 16;
-constexpr ptrdiff_t kFastOutput = kMaxMatch + 8;
+constexpr ptrdiff_t kFastOutput = kMaxMatch + 16;
 
-// Copies a match inside the fast loop; may write up to 7 bytes past its end.
+// Copies a match inside the fast loop; may write up to 15 bytes past its end.
 inline uint8_t* CopyMatchFast(uint8_t* out, uint32_t distance, uint32_t length) {
     const uint8_t* from = out - distance;
     uint8_t* const end = out + length;
     if (distance >= 8) {
-        // Each 8-byte read lies wholly before the write it feeds.
+        // Each 8-byte read lies wholly before the write it feeds, the second
+        // of a pair possibly on bytes the first has just written.
         do {
             Copy8(out, from);
-            out += 8;
-            from += 8;
+            Copy8(out + 8, from + 8);
+            out += 16;
+            from += 16;
         } while (out < end);
         return end;
     }
