@@ -207,18 +207,21 @@ bool BuildTable(std::span<const uint8_t> lengths, const uint32_t* symbolEntries,
     }
     if (anyLong) {
         std::array<uint8_t, 1u << kLitLenBits> depth{};
+        std::array<uint16_t, kLitLenSymbols> shared;  // the indices, in first-seen order
+        size_t sharedCount = 0;
         std::array<uint32_t, kMaxCodeLength + 1> longNext = next;
         for (const uint8_t length : lengths) {
             if (length > primaryBits) {
                 const uint32_t index = ReverseBits(longNext[length]++, length) & (primarySize - 1);
+                if (depth[index] == 0) {
+                    shared[sharedCount++] = static_cast<uint16_t>(index);
+                }
                 depth[index] = std::max<uint8_t>(depth[index], length - primaryBits);
             }
         }
         uint32_t offset = primarySize;
-        for (uint32_t index = 0; index < primarySize; ++index) {
-            if (depth[index] == 0) {
-                continue;
-            }
+        for (size_t i = 0; i < sharedCount; ++i) {
+            const uint32_t index = shared[i];
             const uint32_t size = 1u << depth[index];
             if (offset + size > table.size()) {
                 return false;  // cannot happen for a complete code; see TableCapacity
