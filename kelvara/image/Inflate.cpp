@@ -329,8 +329,6 @@ inline uint8_t* CopyMatchFast(uint8_t* out, uint32_t distance, uint32_t length) 
     return end;
 }
 
-enum class BlockEnd { Done, Failed };
-
 struct Inflater {
     const uint8_t* in;
     const uint8_t* inEnd;
@@ -360,7 +358,7 @@ struct Inflater {
 
     // A failure caused by reading past the input is reported as such,
     // whatever the zero bits then looked like.
-    bool Fail(InflateError cause) {
+    bool Refuse(InflateError cause) {
         error = Overran() ? InflateError::Truncated : cause;
         return false;
     }
@@ -404,14 +402,14 @@ struct Inflater {
                     ok = ReadDynamicCodes() && DecodeCodes(litLenTable.data(), distTable.data());
                     break;
                 default:
-                    ok = Fail(InflateError::BadBlockType);
+                    ok = Refuse(InflateError::BadBlockType);
                     break;
             }
             if (!ok) {
                 return false;
             }
         }
-        return Overran() ? Fail(InflateError::Truncated) : true;
+        return Overran() ? Refuse(InflateError::Truncated) : true;
     }
 
     bool CopyStored() {
@@ -420,26 +418,26 @@ struct Inflater {
         Bits(bitCount & 7);
         const unsigned buffered = bitCount / 8;
         if (overread > buffered) {
-            return Fail(InflateError::Truncated);
+            return Refuse(InflateError::Truncated);
         }
         in -= buffered - overread;
         bitBuffer = 0;
         bitCount = 0;
         overread = 0;
         if (inEnd - in < 4) {
-            return Fail(InflateError::Truncated);
+            return Refuse(InflateError::Truncated);
         }
         const uint32_t length = in[0] | in[1] << 8;
         const uint32_t check = in[2] | in[3] << 8;
         in += 4;
         if (length != (~check & 0xFFFF)) {
-            return Fail(InflateError::BadStoredLength);
+            return Refuse(InflateError::BadStoredLength);
         }
         if (inEnd - in < static_cast<ptrdiff_t>(length)) {
-            return Fail(InflateError::Truncated);
+            return Refuse(InflateError::Truncated);
         }
         if (outEnd - out < static_cast<ptrdiff_t>(length)) {
-            return Fail(InflateError::OutputOverrun);
+            return Refuse(InflateError::OutputOverrun);
         }
         if (length != 0) {
             std::memcpy(out, in, length);
@@ -457,7 +455,7 @@ struct Inflater {
         // as zlib refuses them; 287 and 288 literal/length codes are refused
         // because those symbols mean nothing.
         if (litLenCount > kMaxLitLenCodes || distCount > kMaxDistCodes) {
-            return Fail(InflateError::BadCodeLengths);
+            return Refuse(InflateError::BadCodeLengths);
         }
         static constexpr uint8_t kOrder[kCodeLengthSymbols] = {16, 17, 18, 0, 8,  7, 9,  6, 10, 5,
                                                                11, 4,  12, 3, 13, 2, 14, 1, 15};
@@ -468,7 +466,7 @@ struct Inflater {
         std::array<uint32_t, 1u << kCodeLengthBits> codeLengthTable;
         if (!BuildTable(codeLengthLengths, kSymbols.codeLength.data(), kCodeLengthBits,
                         CodeRule::Complete, codeLengthTable)) {
-            return Fail(InflateError::BadCodeLengths);
+            return Refuse(InflateError::BadCodeLengths);
         }
 
         // Literal/length and distance lengths form one sequence; a repeat may
@@ -490,7 +488,7 @@ struct Inflater {
             unsigned repeat = 0;
             if (symbol == 16) {
                 if (have == 0) {
-                    return Fail(InflateError::BadCodeLengths);
+                    return Refuse(InflateError::BadCodeLengths);
                 }
                 value = lengths[have - 1];
                 repeat = 3 + Bits(2);
@@ -500,23 +498,23 @@ struct Inflater {
                 repeat = 11 + Bits(7);
             }
             if (repeat > total - have) {
-                return Fail(InflateError::BadCodeLengths);
+                return Refuse(InflateError::BadCodeLengths);
             }
             std::fill_n(lengths.begin() + have, repeat, value);
             have += repeat;
         }
         if (Overran()) {
-            return Fail(InflateError::Truncated);
+            return Refuse(InflateError::Truncated);
         }
         if (lengths[256] == 0) {
-            return Fail(InflateError::BadCodeLengths);  // no end-of-block code
+            return Refuse(InflateError::BadCodeLengths);  // no end-of-block code
         }
         const std::span<const uint8_t> all(lengths.data(), total);
         if (!BuildTable(all.first(litLenCount), kSymbols.litLen.data(), kLitLenBits,
                         CodeRule::CompleteOrSingle, litLenTable) ||
             !BuildTable(all.subspan(litLenCount), kSymbols.dist.data(), kDistBits,
                         CodeRule::CompleteSingleOrEmpty, distTable)) {
-            return Fail(InflateError::BadCodeLengths);
+            return Refuse(InflateError::BadCodeLengths);
         }
         return true;
     }
@@ -705,7 +703,7 @@ struct Inflater {
         out = outPos;
         bitBuffer = bits;
         bitCount = count;
-        return Fail(failure);
+        return Refuse(failure);
     }
 };
 
