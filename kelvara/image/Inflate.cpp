@@ -88,6 +88,9 @@ constexpr unsigned kLitLenCapacity = TableCapacity(kLitLenBits, kMaxLitLenCodes)
 constexpr unsigned kDistCapacity = TableCapacity(kDistBits, kMaxDistCodes);
 // The fixed code uses 288 and 32 symbols but has no code longer than 9 bits.
 static_assert(kLitLenBits >= 9 && kDistBits >= 5);
+// The fast loop looks up the next code after three literals (up to 45 bits)
+// from the 56 bits a refill guarantees.
+static_assert(56 - 3 * kMaxCodeLength >= kLitLenBits);
 
 // What each symbol decodes to, before its code length is known.
 struct SymbolEntries {
@@ -204,18 +207,21 @@ bool BuildTable(std::span<const uint8_t> lengths, const uint32_t* symbolEntries,
     }
     if (anyLong) {
         std::array<uint8_t, 1u << kLitLenBits> depth{};
+        std::array<uint16_t, kLitLenSymbols> shared;  // the indices, in first-seen order
+        size_t sharedCount = 0;
         std::array<uint32_t, kMaxCodeLength + 1> longNext = next;
         for (const uint8_t length : lengths) {
             if (length > primaryBits) {
                 const uint32_t index = ReverseBits(longNext[length]++, length) & (primarySize - 1);
+                if (depth[index] == 0) {
+                    shared[sharedCount++] = static_cast<uint16_t>(index);
+                }
                 depth[index] = std::max<uint8_t>(depth[index], length - primaryBits);
             }
         }
         uint32_t offset = primarySize;
-        for (uint32_t index = 0; index < primarySize; ++index) {
-            if (depth[index] == 0) {
-                continue;
-            }
+        for (size_t i = 0; i < sharedCount; ++i) {
+            const uint32_t index = shared[i];
             const uint32_t size = 1u << depth[index];
             if (offset + size > table.size()) {
                 return false;  // cannot happen for a complete code; see TableCapacity
@@ -288,21 +294,23 @@ void Copy8(uint8_t* to, const uint8_t* from) {
 }
 
 // The fast loop needs room for two refills (each reads 8 bytes and keeps up
-// to 7), and room for the longest match plus the 8-byte chunk a copy may run
+// to 7), and room for the longest match plus the 16 bytes a copy may run
 // over its end.
 constexpr ptrdiff_t kFastInput = 16;
-constexpr ptrdiff_t kFastOutput = kMaxMatch + 8;
+constexpr ptrdiff_t kFastOutput = kMaxMatch + 16;
 
-// Copies a match inside the fast loop; may write up to 7 bytes past its end.
+// Copies a match inside the fast loop; may write up to 15 bytes past its end.
 inline uint8_t* CopyMatchFast(uint8_t* out, uint32_t distance, uint32_t length) {
     const uint8_t* from = out - distance;
     uint8_t* const end = out + length;
     if (distance >= 8) {
-        // Each 8-byte read lies wholly before the write it feeds.
+        // Each 8-byte read lies wholly before the write it feeds, the second
+        // of a pair possibly on bytes the first has just written.
         do {
             Copy8(out, from);
-            out += 8;
-            from += 8;
+            Copy8(out + 8, from + 8);
+            out += 16;
+            from += 16;
         } while (out < end);
         return end;
     }
@@ -320,8 +328,6 @@ inline uint8_t* CopyMatchFast(uint8_t* out, uint32_t distance, uint32_t length) 
     } while (out < end);
     return end;
 }
-
-enum class BlockEnd { Done, Failed };
 
 struct Inflater {
     const uint8_t* in;
@@ -352,7 +358,7 @@ struct Inflater {
 
     // A failure caused by reading past the input is reported as such,
     // whatever the zero bits then looked like.
-    bool Fail(InflateError cause) {
+    bool Refuse(InflateError cause) {
         error = Overran() ? InflateError::Truncated : cause;
         return false;
     }
@@ -396,14 +402,14 @@ struct Inflater {
                     ok = ReadDynamicCodes() && DecodeCodes(litLenTable.data(), distTable.data());
                     break;
                 default:
-                    ok = Fail(InflateError::BadBlockType);
+                    ok = Refuse(InflateError::BadBlockType);
                     break;
             }
             if (!ok) {
                 return false;
             }
         }
-        return Overran() ? Fail(InflateError::Truncated) : true;
+        return Overran() ? Refuse(InflateError::Truncated) : true;
     }
 
     bool CopyStored() {
@@ -412,26 +418,26 @@ struct Inflater {
         Bits(bitCount & 7);
         const unsigned buffered = bitCount / 8;
         if (overread > buffered) {
-            return Fail(InflateError::Truncated);
+            return Refuse(InflateError::Truncated);
         }
         in -= buffered - overread;
         bitBuffer = 0;
         bitCount = 0;
         overread = 0;
         if (inEnd - in < 4) {
-            return Fail(InflateError::Truncated);
+            return Refuse(InflateError::Truncated);
         }
         const uint32_t length = in[0] | in[1] << 8;
         const uint32_t check = in[2] | in[3] << 8;
         in += 4;
         if (length != (~check & 0xFFFF)) {
-            return Fail(InflateError::BadStoredLength);
+            return Refuse(InflateError::BadStoredLength);
         }
         if (inEnd - in < static_cast<ptrdiff_t>(length)) {
-            return Fail(InflateError::Truncated);
+            return Refuse(InflateError::Truncated);
         }
         if (outEnd - out < static_cast<ptrdiff_t>(length)) {
-            return Fail(InflateError::OutputOverrun);
+            return Refuse(InflateError::OutputOverrun);
         }
         if (length != 0) {
             std::memcpy(out, in, length);
@@ -449,7 +455,7 @@ struct Inflater {
         // as zlib refuses them; 287 and 288 literal/length codes are refused
         // because those symbols mean nothing.
         if (litLenCount > kMaxLitLenCodes || distCount > kMaxDistCodes) {
-            return Fail(InflateError::BadCodeLengths);
+            return Refuse(InflateError::BadCodeLengths);
         }
         static constexpr uint8_t kOrder[kCodeLengthSymbols] = {16, 17, 18, 0, 8,  7, 9,  6, 10, 5,
                                                                11, 4,  12, 3, 13, 2, 14, 1, 15};
@@ -460,7 +466,7 @@ struct Inflater {
         std::array<uint32_t, 1u << kCodeLengthBits> codeLengthTable;
         if (!BuildTable(codeLengthLengths, kSymbols.codeLength.data(), kCodeLengthBits,
                         CodeRule::Complete, codeLengthTable)) {
-            return Fail(InflateError::BadCodeLengths);
+            return Refuse(InflateError::BadCodeLengths);
         }
 
         // Literal/length and distance lengths form one sequence; a repeat may
@@ -482,7 +488,7 @@ struct Inflater {
             unsigned repeat = 0;
             if (symbol == 16) {
                 if (have == 0) {
-                    return Fail(InflateError::BadCodeLengths);
+                    return Refuse(InflateError::BadCodeLengths);
                 }
                 value = lengths[have - 1];
                 repeat = 3 + Bits(2);
@@ -492,23 +498,23 @@ struct Inflater {
                 repeat = 11 + Bits(7);
             }
             if (repeat > total - have) {
-                return Fail(InflateError::BadCodeLengths);
+                return Refuse(InflateError::BadCodeLengths);
             }
             std::fill_n(lengths.begin() + have, repeat, value);
             have += repeat;
         }
         if (Overran()) {
-            return Fail(InflateError::Truncated);
+            return Refuse(InflateError::Truncated);
         }
         if (lengths[256] == 0) {
-            return Fail(InflateError::BadCodeLengths);  // no end-of-block code
+            return Refuse(InflateError::BadCodeLengths);  // no end-of-block code
         }
         const std::span<const uint8_t> all(lengths.data(), total);
         if (!BuildTable(all.first(litLenCount), kSymbols.litLen.data(), kLitLenBits,
                         CodeRule::CompleteOrSingle, litLenTable) ||
             !BuildTable(all.subspan(litLenCount), kSymbols.dist.data(), kDistBits,
                         CodeRule::CompleteSingleOrEmpty, distTable)) {
-            return Fail(InflateError::BadCodeLengths);
+            return Refuse(InflateError::BadCodeLengths);
         }
         return true;
     }
@@ -697,7 +703,7 @@ struct Inflater {
         out = outPos;
         bitBuffer = bits;
         bitCount = count;
-        return Fail(failure);
+        return Refuse(failure);
     }
 };
 

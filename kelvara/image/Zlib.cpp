@@ -38,7 +38,10 @@ int64_t Zlib::Uncompress(std::span<const uint8_t> in, std::span<uint8_t> out) {
     // libdeflate inflates a whole buffer faster than zlib and answers the
     // same way here: it reads the header and checks the Adler-32 trailer,
     // accepts a stream that ends before filling `out`, ignores bytes after
-    // the stream, and fails on anything else.
+    // the stream, and fails on damaged data. One difference is known: in a
+    // fixed-code block it takes the unused literal/length symbols 286 and
+    // 287 as matches of 258 bytes, where zlib refuses them. Only crafted
+    // data meets it, since the Adler-32 of that output must match too.
     thread_local Decompressor decompressor;
     if (decompressor.handle == nullptr) {
         return -1;

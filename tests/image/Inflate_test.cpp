@@ -357,6 +357,20 @@ std::vector<uint8_t> Lengths(size_t count, std::initializer_list<std::pair<size_
     return lengths;
 }
 
+// A final fixed-code block, header written.
+BitWriter FixedBlock() {
+    return BitWriter().Put(1, 1).Put(1, 2);
+}
+
+// A final dynamic block of 257 + 1 lengths whose code-length code gives
+// lengths only to the first four symbols sent: 16, 17, 18 and 0.
+BitWriter CodeLengthCode(uint32_t for16, uint32_t for17, uint32_t for18, uint32_t for0) {
+    BitWriter writer;
+    writer.Put(1, 1).Put(2, 2).Put(0, 5).Put(0, 5).Put(0, 4);
+    writer.Put(for16, 3).Put(for17, 3).Put(for18, 3).Put(for0, 3);
+    return writer;
+}
+
 Bytes Stored(bool final, const Bytes& data, uint16_t checkFlip = 0) {
     Bytes block = {static_cast<uint8_t>(final), static_cast<uint8_t>(data.size()),
                    static_cast<uint8_t>(data.size() >> 8)};
@@ -379,45 +393,30 @@ TEST(Inflate, HandMadeStreamsGetZlibsVerdict) {
         Bytes stream;
         std::optional<InflateError> want;
     };
+    // clang-format off
     const Case cases[] = {
         {"block type 3", BitWriter().Put(1, 1).Put(3, 2).bytes, InflateError::BadBlockType},
-        {"stored NLEN not the complement", Stored(true, {1, 2, 3}, 0x0100),
-         InflateError::BadStoredLength},
+        {"stored NLEN not the complement",
+         Stored(true, {1, 2, 3}, 0x0100), InflateError::BadStoredLength},
         {"empty stored block", Stored(true, {}), std::nullopt},
         {"stored then fixed",
-         Concat(Stored(false, {'x'}),
-                BitWriter().Put(1, 1).Put(1, 2).Fixed(257).Code(0, 5).Fixed(256).bytes),
+         Concat(Stored(false, {'x'}), FixedBlock().Fixed(257).Code(0, 5).Fixed(256).bytes),
          std::nullopt},
-        {"fixed distance before the output",
-         BitWriter().Put(1, 1).Put(1, 2).Fixed('a').Fixed(257).Code(1, 5).Fixed(256).bytes,
-         InflateError::BadDistance},
-        {"fixed distance reaching the first byte",
-         BitWriter()
-             .Put(1, 1)
-             .Put(1, 2)
-             .Fixed('a')
-             .Fixed('b')
-             .Fixed(257)
-             .Code(1, 5)
-             .Fixed(256)
-             .bytes,
-         std::nullopt},
-        {"fixed length symbol 286", BitWriter().Put(1, 1).Put(1, 2).Fixed(286).bytes,
-         InflateError::BadSymbol},
-        {"fixed length symbol 287", BitWriter().Put(1, 1).Put(1, 2).Fixed(287).bytes,
-         InflateError::BadSymbol},
+        {"distance before the output",
+         FixedBlock().Fixed('a').Fixed(257).Code(1, 5).Fixed(256).bytes, InflateError::BadDistance},
+        {"distance reaching the first byte",
+         FixedBlock().Fixed('a').Fixed('b').Fixed(257).Code(1, 5).Fixed(256).bytes, std::nullopt},
+        {"fixed length symbol 286", FixedBlock().Fixed(286).bytes, InflateError::BadSymbol},
+        {"fixed length symbol 287", FixedBlock().Fixed(287).bytes, InflateError::BadSymbol},
         {"fixed distance symbol 30",
-         BitWriter().Put(1, 1).Put(1, 2).Fixed('a').Fixed(257).Code(30, 5).Fixed(256).bytes,
-         InflateError::BadSymbol},
+         FixedBlock().Fixed('a').Fixed(257).Code(30, 5).Fixed(256).bytes, InflateError::BadSymbol},
         {"distance 32768, length 258",
-         Concat(
-             Stored(false, noise),
-             BitWriter().Put(1, 1).Put(1, 2).Fixed(285).Code(29, 5).Put(8191, 13).Fixed(256).bytes),
+         Concat(Stored(false, noise),
+                FixedBlock().Fixed(285).Code(29, 5).Put(8191, 13).Fixed(256).bytes),
          std::nullopt},
         {"distance 32768 after 32767 bytes",
-         Concat(
-             Stored(false, Bytes(noise.begin() + 1, noise.end())),
-             BitWriter().Put(1, 1).Put(1, 2).Fixed(285).Code(29, 5).Put(8191, 13).Fixed(256).bytes),
+         Concat(Stored(false, Bytes(noise.begin() + 1, noise.end())),
+                FixedBlock().Fixed(285).Code(29, 5).Put(8191, 13).Fixed(256).bytes),
          InflateError::BadDistance},
         {"287 literal/length codes",
          BitWriter().DynamicHeader(true, Lengths(287, {{256, 1}, {0, 1}}), distTwo).bytes,
@@ -429,10 +428,8 @@ TEST(Inflate, HandMadeStreamsGetZlibsVerdict) {
          BitWriter().DynamicHeader(true, Lengths(257, {{'a', 1}, {'b', 1}}), distTwo).bytes,
          InflateError::BadCodeLengths},
         {"over-subscribed literal code",
-         BitWriter()
-             .DynamicHeader(true, Lengths(257, {{'a', 1}, {'b', 1}, {256, 1}}), distTwo)
-             .bytes,
-         InflateError::BadCodeLengths},
+         BitWriter().DynamicHeader(true, Lengths(257, {{'a', 1}, {'b', 1}, {256, 1}}), distTwo)
+             .bytes, InflateError::BadCodeLengths},
         {"incomplete literal code",
          BitWriter().DynamicHeader(true, Lengths(257, {{'a', 1}, {256, 2}}), distTwo).bytes,
          InflateError::BadCodeLengths},
@@ -449,86 +446,28 @@ TEST(Inflate, HandMadeStreamsGetZlibsVerdict) {
          BitWriter().DynamicHeader(true, Lengths(257, {{256, 2}}), distTwo).bytes,
          InflateError::BadCodeLengths},
         {"empty distance code, literals only",
-         BitWriter()
-             .DynamicHeader(true, litEob, Lengths(1, {}))
-             .Symbol(litEob, 'a')
-             .Symbol(litEob, 256)
-             .bytes,
+         BitWriter().DynamicHeader(true, litEob, {0}).Symbol(litEob, 'a').Symbol(litEob, 256).bytes,
          std::nullopt},
         {"empty distance code used",
-         BitWriter()
-             .DynamicHeader(true, litEobLen, Lengths(1, {}))
-             .Symbol(litEobLen, 'a')
-             .Symbol(litEobLen, 257)
-             .Code(0, 1)
-             .bytes,
-         InflateError::BadSymbol},
+         BitWriter().DynamicHeader(true, litEobLen, {0}).Symbol(litEobLen, 'a')
+             .Symbol(litEobLen, 257).Code(0, 1).bytes, InflateError::BadSymbol},
         {"single distance code used",
-         BitWriter()
-             .DynamicHeader(true, litEobLen, Lengths(1, {{0, 1}}))
-             .Symbol(litEobLen, 'a')
-             .Symbol(litEobLen, 257)
-             .Code(0, 1)
-             .Symbol(litEobLen, 256)
-             .bytes,
-         std::nullopt},
+         BitWriter().DynamicHeader(true, litEobLen, {1}).Symbol(litEobLen, 'a')
+             .Symbol(litEobLen, 257).Code(0, 1).Symbol(litEobLen, 256).bytes, std::nullopt},
         {"single distance code's unused bit",
-         BitWriter()
-             .DynamicHeader(true, litEobLen, Lengths(1, {{0, 1}}))
-             .Symbol(litEobLen, 'a')
-             .Symbol(litEobLen, 257)
-             .Code(1, 1)
-             .bytes,
-         InflateError::BadSymbol},
-        // Code-length code with only symbol 16 (repeat) and 0: repeat first.
+         BitWriter().DynamicHeader(true, litEobLen, {1}).Symbol(litEobLen, 'a')
+             .Symbol(litEobLen, 257).Code(1, 1).bytes, InflateError::BadSymbol},
+        // Symbols 0 (code 0) and 16 (code 1); the first length is a repeat.
         {"repeat with nothing to repeat",
-         BitWriter()
-             .Put(1, 1)
-             .Put(2, 2)
-             .Put(0, 5)
-             .Put(0, 5)
-             .Put(0, 4)
-             .Put(1, 3)
-             .Put(0, 3)
-             .Put(0, 3)
-             .Put(1, 3)
-             .Code(1, 1)
-             .Put(0, 2)
-             .bytes,
-         InflateError::BadCodeLengths},
-        // Code-length code with only 18 and 0: two runs of 138 zeros pass
-        // the 258 lengths.
+         CodeLengthCode(1, 0, 0, 1).Code(1, 1).Put(0, 2).bytes, InflateError::BadCodeLengths},
+        // Symbols 0 and 18: two runs of 138 zeros pass the 258 lengths.
         {"repeat past the last length",
-         BitWriter()
-             .Put(1, 1)
-             .Put(2, 2)
-             .Put(0, 5)
-             .Put(0, 5)
-             .Put(0, 4)
-             .Put(0, 3)
-             .Put(0, 3)
-             .Put(1, 3)
-             .Put(1, 3)
-             .Code(1, 1)
-             .Put(127, 7)
-             .Code(1, 1)
-             .Put(127, 7)
-             .bytes,
+         CodeLengthCode(0, 0, 1, 1).Code(1, 1).Put(127, 7).Code(1, 1).Put(127, 7).bytes,
          InflateError::BadCodeLengths},
         {"incomplete code-length code",
-         BitWriter()
-             .Put(1, 1)
-             .Put(2, 2)
-             .Put(0, 5)
-             .Put(0, 5)
-             .Put(0, 4)
-             .Put(0, 3)
-             .Put(0, 3)
-             .Put(0, 3)
-             .Put(1, 3)
-             .bytes,
-         InflateError::BadCodeLengths},
+         CodeLengthCode(0, 0, 0, 1).bytes, InflateError::BadCodeLengths},
     };
+    // clang-format on
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         const Decoded ours = Ours(c.stream, 40000);
