@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "kelvara/image/Inflate.h"
+#include "tests/image/IdatReader.h"
 
 namespace {
 
@@ -32,24 +33,7 @@ struct Case {
     size_t outSize;  // what it inflates to
 };
 
-// Every IDAT payload of a PNG file, joined.
-Bytes ReadIdat(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    const Bytes png{std::istreambuf_iterator<char>(file), {}};
-    Bytes idat;
-    for (size_t at = 8; at + 12 <= png.size();) {
-        const size_t length =
-            size_t{png[at]} << 24 | png[at + 1] << 16 | png[at + 2] << 8 | png[at + 3];
-        if (at + 12 + length > png.size()) {
-            break;
-        }
-        if (std::memcmp(&png[at + 4], "IDAT", 4) == 0) {
-            idat.insert(idat.end(), png.begin() + at + 8, png.begin() + at + 8 + length);
-        }
-        at += 12 + length;
-    }
-    return idat;
-}
+using test::ReadIdat;
 
 // Rows of smooth colour with sensor-like noise and a few hard edges, as a
 // photograph's pixels before filtering.

@@ -1,6 +1,7 @@
 #include "kelvara/image/Inflate.h"
 
 #include "kelvara/image/Zlib.h"
+#include "tests/image/IdatReader.h"
 
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -162,24 +163,7 @@ TEST(Inflate, DecodesLargeStreamsOfManyBlocks) {
     }
 }
 
-// The zlib streams inside real PNG files: every IDAT payload joined.
-Bytes ReadIdat(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    const Bytes png{std::istreambuf_iterator<char>(file), {}};
-    Bytes idat;
-    for (size_t at = 8; at + 12 <= png.size();) {
-        const size_t length =
-            size_t{png[at]} << 24 | png[at + 1] << 16 | png[at + 2] << 8 | png[at + 3];
-        if (at + 12 + length > png.size()) {
-            break;
-        }
-        if (std::memcmp(&png[at + 4], "IDAT", 4) == 0) {
-            idat.insert(idat.end(), png.begin() + at + 8, png.begin() + at + 8 + length);
-        }
-        at += 12 + length;
-    }
-    return idat;
-}
+using test::ReadIdat;
 
 TEST(Inflate, DecodesRealPngDataAsZlibDoes) {
     const char* const files[] = {"png-bench/hat.png",           "png-bench/harvesters.png",
