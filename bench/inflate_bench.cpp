@@ -33,7 +33,7 @@ struct Case {
     size_t outSize;  // what it inflates to
 };
 
-using test::ReadIdat;
+using kelvara::test::ReadIdat;
 
 // Rows of smooth colour with sensor-like noise and a few hard edges, as a
 // photograph's pixels before filtering.
