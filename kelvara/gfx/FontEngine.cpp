@@ -78,6 +78,31 @@ int32_t RoundScaled(int64_t units, int32_t ppem, int32_t unitsPerEm) {
     return static_cast<int32_t>(std::lround(static_cast<double>(units) * ppem / unitsPerEm));
 }
 
+// Slants a one-bit face's glyph, which FreeType's transform does not reach:
+// each row moves right by its height above the baseline times the shear,
+// so the baseline itself stays put.
+void ShearBitmap(Glyph& g) {
+    if (g.width == 0 || g.rows == 0)
+        return;
+    const double shear = static_cast<double>(kObliqueShear) / 65536.0;
+    auto shiftOf = [&](int32_t row) {
+        return static_cast<int32_t>(std::floor((g.top - row - 0.5) * shear + 0.5));
+    };
+    const int32_t top = shiftOf(0);
+    const int32_t bottom = shiftOf(g.rows - 1);
+    const int32_t minShift = std::min(top, bottom);
+    const int32_t width = g.width + std::max(top, bottom) - minShift;
+    std::vector<uint8_t> out(static_cast<size_t>(width) * static_cast<size_t>(g.rows), 0);
+    for (int32_t y = 0; y < g.rows; ++y) {
+        const int32_t dx = shiftOf(y) - minShift;
+        std::copy_n(g.coverage.data() + static_cast<size_t>(y) * static_cast<size_t>(g.width),
+                    g.width, out.data() + static_cast<size_t>(y) * static_cast<size_t>(width) + dx);
+    }
+    g.coverage = std::move(out);
+    g.width = width;
+    g.left += minShift;
+}
+
 std::string Lower(std::string_view s) {
     std::string out(s);
     for (char& c : out) {
@@ -341,6 +366,9 @@ const Glyph& FontEngine::State::Load(FontInstance& font, char32_t c, int64_t& lo
                 dst[x] = static_cast<uint8_t>(src[x] * 255u / levels);
             }
         }
+    }
+    if (font.syntheticItalic && !FT_IS_SCALABLE(face)) {
+        ShearBitmap(g);
     }
     return g;
 }

@@ -448,5 +448,73 @@ TEST_F(FontEngineTest, TextOutBlendsTowardsTheColourWithinTheClip) {
     }
 }
 
+// The leftmost touched column of each of rows top and bottom - 1 of the ink.
+std::pair<int32_t, int32_t> EdgeColumns(const Canvas& canvas) {
+    const RECT ink = canvas.Ink();
+    auto first = [&](int32_t y) {
+        for (int32_t x = 0; x < canvas.pixels.Width(); ++x) {
+            if (canvas.pixels.Pixel(x, y)[3] != 0)
+                return x;
+        }
+        return -1;
+    };
+    return {first(ink.Top), first(ink.Bottom - 1)};
+}
+
+TEST_F(FontEngineTest, MissingStylesAreMadeUp) {
+    struct Case {
+        const char* family;
+        int32_t height;
+    };
+    // Tahoma has no italic face, MS Sans Serif has neither bold nor italic
+    // and only bitmaps.
+    for (const Case c : {Case{"Tahoma", -16}, Case{"MS Sans Serif", -13}}) {
+        FontRequest plain;
+        plain.Family = c.family;
+        plain.Height = c.height;
+        FontRequest italic = plain, bold = plain;
+        italic.Italic = true;
+        bold.Bold = true;
+        Canvas upright, slanted, heavy;
+        Engine().TextOut(*Engine().Open(plain), upright.pixels, RECT{0, 0, 200, 80}, 10, 10, "l",
+                         0xFFFFFF);
+        Engine().TextOut(*Engine().Open(italic), slanted.pixels, RECT{0, 0, 200, 80}, 10, 10, "l",
+                         0xFFFFFF);
+        const auto [uprightTop, uprightBottom] = EdgeColumns(upright);
+        const auto [slantedTop, slantedBottom] = EdgeColumns(slanted);
+        EXPECT_EQ(uprightTop, uprightBottom) << c.family;
+        EXPECT_GE(slantedTop - slantedBottom, 2) << c.family;
+        const std::string_view word = "Hill";
+        EXPECT_GT(Engine().GetTextExtentPoint32(*Engine().Open(bold), word).cx,
+                  Engine().GetTextExtentPoint32(*Engine().Open(plain), word).cx)
+            << c.family;
+    }
+}
+
+TEST_F(FontEngineTest, KerningNarrowsPairsWhereTheFaceHasIt) {
+    const FontInstance& f = Font("DejaVu Sans", -40);
+    auto width = [&](const char* s) {
+        return Engine().GetTextExtentPoint32(f, std::string_view(s)).cx;
+    };
+    EXPECT_LT(width("AV"), width("A") + width("V"));
+    EXPECT_EQ(width("HH"), 2 * width("H"));
+}
+
+TEST_F(FontEngineTest, StrikeThroughCrossesTheLetters) {
+    FontRequest r;
+    r.Family = "Tahoma";
+    r.Height = -11;
+    r.Strikethrough = true;
+    const FontInstance& struck = *Engine().Open(r);
+    Canvas canvas;
+    Engine().TextOut(struck, canvas.pixels, RECT{0, 0, 200, 80}, 0, 0, "ace", 0xFFFFFF);
+    const int32_t width = Engine().GetTextExtentPoint32(struck, std::string_view("ace")).cx;
+    const int32_t row = Engine().GetLineMarks(struck).StrikeTop;
+    EXPECT_EQ(row, 7);
+    for (int32_t x = 0; x < 200; ++x) {
+        EXPECT_EQ(canvas.pixels.Pixel(x, row)[3], x < width ? 255 : 0) << x;
+    }
+}
+
 }  // namespace
 }  // namespace kelvara
