@@ -124,8 +124,9 @@ public:
     bool strikethrough = false;
     TextMetrics metrics;
     LineMarks marks;
-    std::unordered_map<char32_t, Glyph> glyphs;
-    std::unordered_map<uint64_t, int32_t> kerning;
+    // Caches: filling them does not change what the instance draws.
+    mutable std::unordered_map<char32_t, Glyph> glyphs;
+    mutable std::unordered_map<uint64_t, int32_t> kerning;
 
     ~FontInstance() {
         if (face != nullptr)
@@ -147,8 +148,8 @@ struct FontEngine::State {
             FcConfigDestroy(config);
     }
 
-    const Glyph& Load(FontInstance& font, char32_t c, int64_t& loads);
-    int32_t Kerning(FontInstance& font, const Glyph& left, const Glyph& right);
+    const Glyph& Load(const FontInstance& font, char32_t c, int64_t& loads);
+    int32_t Kerning(const FontInstance& font, const Glyph& left, const Glyph& right);
     bool SetUp(FontInstance& font, const FontRequest& request);
 };
 
@@ -324,7 +325,7 @@ const FontInstance* FontEngine::Open(const FontRequest& request) {
     return made;
 }
 
-const Glyph& FontEngine::State::Load(FontInstance& font, char32_t c, int64_t& loads) {
+const Glyph& FontEngine::State::Load(const FontInstance& font, char32_t c, int64_t& loads) {
     auto [it, inserted] = font.glyphs.try_emplace(c);
     Glyph& g = it->second;
     if (!inserted)
@@ -373,7 +374,8 @@ const Glyph& FontEngine::State::Load(FontInstance& font, char32_t c, int64_t& lo
     return g;
 }
 
-int32_t FontEngine::State::Kerning(FontInstance& font, const Glyph& left, const Glyph& right) {
+int32_t FontEngine::State::Kerning(const FontInstance& font, const Glyph& left,
+                                   const Glyph& right) {
     if (!FT_HAS_KERNING(font.face) || left.index == 0 || right.index == 0)
         return 0;
     const uint64_t key = (static_cast<uint64_t>(left.index) << 32) | right.index;
@@ -395,9 +397,7 @@ LineMarks FontEngine::GetLineMarks(const FontInstance& font) const {
     return font.marks;
 }
 
-TextSize FontEngine::GetTextExtentPoint32(const FontInstance& constFont, std::u32string_view text) {
-    // Instances are the engine's own; the cache inside them is what changes.
-    auto& font = const_cast<FontInstance&>(constFont);
+TextSize FontEngine::GetTextExtentPoint32(const FontInstance& font, std::u32string_view text) {
     int64_t width = 0;
     const Glyph* previous = nullptr;
     for (char32_t c : text) {
@@ -434,11 +434,10 @@ void FontEngine::FillSpan(PixelBuffer& target, const Region& clip, const RECT& b
     }
 }
 
-void FontEngine::TextOut(const FontInstance& constFont, PixelBuffer& target, const Region& clip,
+void FontEngine::TextOut(const FontInstance& font, PixelBuffer& target, const Region& clip,
                          int32_t x, int32_t y, std::u32string_view text, uint32_t color) {
     if (target.Empty() || clip.IsEmpty())
         return;
-    auto& font = const_cast<FontInstance&>(constFont);
     const RECT bounds{0, 0, target.Width(), target.Height()};
     const int64_t baseline = static_cast<int64_t>(y) + font.metrics.tmAscent;
     int64_t pen = x;

@@ -8,7 +8,8 @@
 //   TextOut → for each code point: GlyphOf (cache, else FreeType) → BlendGlyph
 //
 // Glyph bitmaps are cached per instance, so drawing the same strings again
-// makes no FreeType calls.
+// makes no FreeType calls. An engine and its instances belong to one thread
+// at a time: the caches fill as text is measured and drawn.
 
 #include <cstdint>
 #include <memory>
