@@ -72,6 +72,10 @@ RECT Intersect(const RECT& a, const RECT& b) {
     return r;
 }
 
+int32_t Clamp32(int64_t v) {
+    return static_cast<int32_t>(std::clamp<int64_t>(v, INT32_MIN, INT32_MAX));
+}
+
 int32_t RoundScaled(int64_t units, int32_t ppem, int32_t unitsPerEm) {
     if (unitsPerEm <= 0)
         return 0;
@@ -480,14 +484,16 @@ void FontEngine::TextOut(const FontInstance& font, PixelBuffer& target, const Re
     }
     if (!font.underline && !font.strikethrough)
         return;
-    const auto right = static_cast<int32_t>(std::clamp<int64_t>(pen, INT32_MIN, INT32_MAX));
+    const int32_t right = Clamp32(pen);
     if (font.underline) {
-        const int32_t top = y + font.marks.UnderlineTop;
-        FillSpan(target, clip, {x, top, right, top + font.marks.UnderlineThickness}, color);
+        const int32_t top = Clamp32(int64_t{y} + font.marks.UnderlineTop);
+        FillSpan(target, clip,
+                 {x, top, right, Clamp32(int64_t{top} + font.marks.UnderlineThickness)}, color);
     }
     if (font.strikethrough) {
-        const int32_t top = y + font.marks.StrikeTop;
-        FillSpan(target, clip, {x, top, right, top + font.marks.StrikeThickness}, color);
+        const int32_t top = Clamp32(int64_t{y} + font.marks.StrikeTop);
+        FillSpan(target, clip, {x, top, right, Clamp32(int64_t{top} + font.marks.StrikeThickness)},
+                 color);
     }
 }
 

@@ -23,6 +23,12 @@ bool IsBlank(char32_t c) {
     return c == U' ';
 }
 
+// Positions are worked out in 64 bits and brought back into range, so
+// rectangles near the limits of int32_t cannot overflow.
+int32_t Clamp32(int64_t v) {
+    return static_cast<int32_t>(std::clamp<int64_t>(v, INT32_MIN, INT32_MAX));
+}
+
 // Removes the prefix marks: "&x" underlines x, "&&" is one '&', and a lone
 // '&' at the end is dropped. Deliberate: only the last marked letter is
 // underlined, as the host shows one mnemonic per text.
@@ -236,7 +242,7 @@ TextLayoutResult LayoutText(const TextMeasurer& m, std::u32string_view text, con
         return result;
     const bool singleLine = (format & DT_SINGLELINE) != 0;
     const bool ellipsis = (format & (DT_END_ELLIPSIS | DT_WORD_ELLIPSIS | DT_PATH_ELLIPSIS)) != 0;
-    const int32_t limit = rect.Width();
+    const int32_t limit = Clamp32(int64_t{rect.Right} - rect.Left);
     if ((format & DT_EXPANDTABS) != 0) {
         result.TabWidth = std::max(1, m.AveCharWidth()) * kTabStopChars;
     }
@@ -264,28 +270,28 @@ TextLayoutResult LayoutText(const TextMeasurer& m, std::u32string_view text, con
     }
 
     const int32_t lineHeight = m.LineHeight();
-    int32_t y = rect.Top;
+    int64_t y = rect.Top;
     // Deliberate: vertical placement applies to single lines only; the host
     // ignores DT_VCENTER and DT_BOTTOM for wrapped or multi-line text.
     if (singleLine && (format & DT_VCENTER) != 0) {
-        y = (rect.Top + rect.Bottom - lineHeight) / 2;
+        y = (int64_t{rect.Top} + rect.Bottom - lineHeight) / 2;
     } else if (singleLine && (format & DT_BOTTOM) != 0) {
-        y = rect.Bottom - lineHeight;
+        y = int64_t{rect.Bottom} - lineHeight;
     }
-    const int32_t firstY = y;
+    const int64_t firstY = y;
     int32_t widest = 0;
     for (Piece& piece : lines) {
         LaidLine line;
         line.Width = LineWidth(m, piece.text, result.TabWidth);
         widest = std::max(widest, line.Width);
         if ((format & DT_CENTER) != 0) {
-            line.X = (rect.Left + rect.Right - line.Width) / 2;
+            line.X = Clamp32((int64_t{rect.Left} + rect.Right - line.Width) / 2);
         } else if ((format & DT_RIGHT) != 0) {
-            line.X = rect.Right - line.Width;
+            line.X = Clamp32(int64_t{rect.Right} - line.Width);
         } else {
             line.X = rect.Left;
         }
-        line.Y = y;
+        line.Y = Clamp32(y);
         y += lineHeight;
         if (piece.mark != kNoMark) {
             const std::u32string_view t = piece.text;
@@ -295,11 +301,12 @@ TextLayoutResult LayoutText(const TextMeasurer& m, std::u32string_view text, con
         line.Text = std::move(piece.text);
         result.Lines.push_back(std::move(line));
     }
-    const int32_t total = lineHeight * static_cast<int32_t>(result.Lines.size());
-    result.Bounds = {rect.Left, rect.Top, rect.Left + widest, rect.Top + total};
+    const int64_t total = int64_t{lineHeight} * static_cast<int64_t>(result.Lines.size());
+    result.Bounds = {rect.Left, rect.Top, Clamp32(int64_t{rect.Left} + widest),
+                     Clamp32(rect.Top + total)};
     result.Height = singleLine && (format & (DT_VCENTER | DT_BOTTOM)) != 0
-                        ? firstY + lineHeight - rect.Top
-                        : total;
+                        ? Clamp32(firstY + lineHeight - rect.Top)
+                        : Clamp32(total);
     return result;
 }
 
@@ -332,13 +339,15 @@ int32_t DrawText(FontEngine& engine, const FontInstance& font, PixelBuffer& targ
     for (const LaidLine& line : layout.Lines) {
         ForEachRun(measurer, line.Text, layout.TabWidth,
                    [&](int32_t offset, std::u32string_view run) {
-                       engine.TextOut(font, target, area, line.X + offset, line.Y, run, color);
+                       engine.TextOut(font, target, area, Clamp32(int64_t{line.X} + offset), line.Y,
+                                      run, color);
                    });
         if (line.MarkRight > line.MarkLeft) {
-            const int32_t top = line.Y + marks.UnderlineTop;
+            const int32_t top = Clamp32(int64_t{line.Y} + marks.UnderlineTop);
             FontEngine::FillSpan(target, area,
-                                 {line.X + line.MarkLeft, top, line.X + line.MarkRight,
-                                  top + marks.UnderlineThickness},
+                                 {Clamp32(int64_t{line.X} + line.MarkLeft), top,
+                                  Clamp32(int64_t{line.X} + line.MarkRight),
+                                  Clamp32(int64_t{top} + marks.UnderlineThickness)},
                                  color);
         }
     }

@@ -185,6 +185,13 @@ TEST(TextLayout, BoundsCoverWidestLineAndAllLines) {
     EXPECT_EQ(LayoutText(m, U"a\tb", rect, DT_EXPANDTABS | DT_SINGLELINE).Bounds,
               (RECT{5, 7, 59, 17}));
     EXPECT_EQ(LayoutText(m, U"a\tb", rect, DT_SINGLELINE).Bounds, (RECT{5, 7, 17, 17}));
+    // Rectangles at the ends of the range stay in range.
+    const RECT huge{INT32_MIN, INT32_MIN, INT32_MAX, INT32_MAX};
+    const TextLayoutResult r = LayoutText(m, U"abcd", huge, DT_SINGLELINE | DT_VCENTER | DT_CENTER);
+    EXPECT_EQ(r.Lines[0].X, -12);
+    EXPECT_EQ(r.Lines[0].Y, -5);
+    EXPECT_EQ(r.Bounds, (RECT{INT32_MIN, INT32_MIN, INT32_MIN + 24, INT32_MIN + 10}));
+    EXPECT_EQ(r.Height, INT32_MAX);
 }
 
 TEST(StdFont, BoldAndWeightAreOneProperty) {
