@@ -226,15 +226,15 @@ bool FontEngine::State::SetUp(FontInstance& font, const FontRequest& request) {
         ascentUnits = os2->usWinAscent;
         descentUnits = os2->usWinDescent;
     }
+    // Worked out in 64 bits, since any int32_t height may be asked for.
+    int64_t wantedPpem = 11;  // 8 points at 96 dots per inch
     if (request.Height < 0) {
-        ppem = -request.Height;
+        wantedPpem = -int64_t{request.Height};
     } else if (request.Height > 0 && ascentUnits + descentUnits > 0) {
-        ppem = static_cast<int32_t>(std::lround(static_cast<double>(request.Height) * upem /
-                                                static_cast<double>(ascentUnits + descentUnits)));
-    } else {
-        ppem = 11;  // 8 points at 96 dots per inch
+        wantedPpem = std::llround(static_cast<double>(request.Height) * upem /
+                                  static_cast<double>(ascentUnits + descentUnits));
     }
-    ppem = std::clamp(ppem, 1, kMaxPixelSize);
+    ppem = static_cast<int32_t>(std::clamp<int64_t>(wantedPpem, 1, kMaxPixelSize));
 
     if (FT_IS_SCALABLE(face)) {
         if (FT_Set_Pixel_Sizes(face, 0, static_cast<FT_UInt>(ppem)) != 0)

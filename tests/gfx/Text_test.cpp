@@ -262,9 +262,14 @@ TEST_F(FontEngineTest, MetricsAreThoseOf96Dpi) {
         TextMetrics want;
     };
     const Case cases[] = {
-        {"Tahoma", -11, {13, 11, 2, 2, 7}},      {"Tahoma", 13, {13, 11, 2, 2, 7}},
-        {"Tahoma", -16, {19, 16, 3, 3, 10}},     {"MS Sans Serif", -11, {13, 11, 2, 0, 4}},
+        {"Tahoma", -11, {13, 11, 2, 2, 7}},
+        {"Tahoma", 13, {13, 11, 2, 2, 7}},
+        {"Tahoma", -16, {19, 16, 3, 3, 10}},
+        {"MS Sans Serif", -11, {13, 11, 2, 0, 4}},
         {"DejaVu Sans", -11, {13, 10, 3, 2, 6}},
+        {"Tahoma", 0, {13, 11, 2, 2, 7}},
+        {"Tahoma", INT32_MIN, {2414, 2001, 413, 414, 1197}},
+        {"Tahoma", INT32_MAX, {2414, 2001, 413, 414, 1197}},
     };
     for (const Case& c : cases) {
         const TextMetrics m = Engine().GetTextMetrics(Font(c.family, c.height));
