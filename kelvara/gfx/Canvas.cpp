@@ -137,8 +137,17 @@ RegionKind Canvas::SelectClipRgn(const Region* region) {
     return state.clip ? state.clip->Kind() : RegionKind::SimpleRegion;
 }
 
-void Canvas::UpdateClipRects() {
+const std::vector<RECT>& Canvas::Clips() const {
+    if (clipWidth != pixels.Width() || clipHeight != pixels.Height()) {
+        UpdateClipRects();
+    }
+    return clipRects;
+}
+
+void Canvas::UpdateClipRects() const {
     clipRects.clear();
+    clipWidth = pixels.Width();
+    clipHeight = pixels.Height();
     const RECT whole{0, 0, pixels.Width(), pixels.Height()};
     if (pixels.Empty()) {
         return;
@@ -189,7 +198,7 @@ bool Canvas::Restore() {
 
 void Canvas::FillDevice(const RECT& area, COLORREF color) {
     const Bgra bgra = Opaque(color);
-    for (const RECT& clip : clipRects) {
+    for (const RECT& clip : Clips()) {
         const RECT r = Intersect(area, clip);
         if (r.IsEmpty()) {
             continue;
@@ -321,7 +330,7 @@ bool Canvas::LineTo(int32_t x, int32_t y) {
             if (x0 >= INT32_MIN && x0 <= INT32_MAX && y0 >= INT32_MIN && y0 <= INT32_MAX) {
                 const int32_t px = static_cast<int32_t>(x0);
                 const int32_t py = static_cast<int32_t>(y0);
-                for (const RECT& c : clipRects) {
+                for (const RECT& c : Clips()) {
                     if (px >= c.Left && px < c.Right && py >= c.Top && py < c.Bottom) {
                         std::memcpy(pixels.Pixel(px, py), bgra.b, 4);
                         break;
@@ -347,7 +356,7 @@ bool Canvas::LineTo(int32_t x, int32_t y) {
 bool Canvas::SetPixelV(int32_t x, int32_t y, COLORREF color) {
     const int64_t dx = int64_t{x} + state.origin.X;
     const int64_t dy = int64_t{y} + state.origin.Y;
-    for (const RECT& c : clipRects) {
+    for (const RECT& c : Clips()) {
         if (dx >= c.Left && dx < c.Right && dy >= c.Top && dy < c.Bottom) {
             const Bgra bgra = Opaque(color);
             std::memcpy(pixels.Pixel(static_cast<int32_t>(dx), static_cast<int32_t>(dy)), bgra.b,
@@ -361,7 +370,7 @@ bool Canvas::SetPixelV(int32_t x, int32_t y, COLORREF color) {
 COLORREF Canvas::GetPixel(int32_t x, int32_t y) const {
     const int64_t dx = int64_t{x} + state.origin.X;
     const int64_t dy = int64_t{y} + state.origin.Y;
-    for (const RECT& c : clipRects) {
+    for (const RECT& c : Clips()) {
         if (dx >= c.Left && dx < c.Right && dy >= c.Top && dy < c.Bottom) {
             const uint8_t* p = pixels.Pixel(static_cast<int32_t>(dx), static_cast<int32_t>(dy));
             return COLORREF{p[2]} | COLORREF{p[1]} << 8 | COLORREF{p[0]} << 16;
@@ -406,7 +415,7 @@ bool Canvas::GradientFill(const TRIVERTEX* vertices, uint32_t vertexCount,
                 Bgra{{channel(a.Blue, b.Blue, k), channel(a.Green, b.Green, k),
                       channel(a.Red, b.Red, k), 255}};
         }
-        for (const RECT& clip : clipRects) {
+        for (const RECT& clip : Clips()) {
             const RECT r = Intersect(box, clip);
             if (r.IsEmpty()) {
                 continue;
@@ -450,7 +459,7 @@ bool Canvas::BitBlt(int32_t x, int32_t y, int32_t width, int32_t height, const P
         view = ViewOf(copy);
         area = RECT{0, 0, from.Width(), from.Height()};
     }
-    for (const RECT& clip : clipRects) {
+    for (const RECT& clip : Clips()) {
         const RECT r = Intersect(to, clip);
         if (r.IsEmpty()) {
             continue;
@@ -541,7 +550,7 @@ bool Canvas::StretchBlt(int32_t x, int32_t y, int32_t width, int32_t height, con
         job.view = ViewOf(copy);
         job.area = RECT{0, 0, srcWidth, srcHeight};
     }
-    RunStretch(job, clipRects, pixels);
+    RunStretch(job, Clips(), pixels);
     return true;
 }
 
@@ -565,7 +574,7 @@ bool Canvas::StretchDIBits(int32_t x, int32_t y, int32_t width, int32_t height, 
         view, RECT{srcX, top, srcX + srcWidth, top + srcHeight},
         Span(int64_t{x} + state.origin.X, int64_t{y} + state.origin.Y, width, height),
         state.stretchMode == StretchMode::HALFTONE};
-    RunStretch(job, clipRects, pixels);
+    RunStretch(job, Clips(), pixels);
     return true;
 }
 
@@ -574,10 +583,10 @@ bool Canvas::AlphaBlend(int32_t x, int32_t y, int32_t width, int32_t height, con
                         BlendFunction function) {
     const RECT to = Span(int64_t{x} + state.origin.X, int64_t{y} + state.origin.Y, width, height);
     const RECT from = Span(srcX, srcY, srcWidth, srcHeight);
-    if (clipRects.empty()) {
+    if (Clips().empty()) {
         return ::kelvara::AlphaBlend(pixels, to, src, from, function, RECT{});
     }
-    for (const RECT& clip : clipRects) {
+    for (const RECT& clip : Clips()) {
         if (!::kelvara::AlphaBlend(pixels, to, src, from, function, clip)) {
             return false;
         }

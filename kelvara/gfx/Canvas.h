@@ -106,7 +106,7 @@ public:
     // whole buffer may be drawn on.
     const std::optional<Region>& ClipRegion() const { return state.clip; }
     // The rectangles drawing may touch: the clip within the buffer.
-    const std::vector<RECT>& ClipRects() const { return clipRects; }
+    const std::vector<RECT>& ClipRects() const { return Clips(); }
 
     bool SetViewportOrgEx(int32_t x, int32_t y, POINT* previous = nullptr);
     POINT GetViewportOrg() const { return state.origin; }
@@ -214,7 +214,11 @@ private:
         POINT position;
     };
 
-    void UpdateClipRects();
+    void UpdateClipRects() const;
+    // The clip rectangles, worked out again when the buffer has changed size
+    // since (its owner may have made it anew), so a kept canvas never
+    // writes outside its buffer.
+    const std::vector<RECT>& Clips() const;
     // Fills a rectangle of buffer pixels through the clip.
     void FillDevice(const RECT& area, COLORREF color);
     void FillRegion(const Region& region, COLORREF color);
@@ -224,7 +228,9 @@ private:
     PixelBuffer& pixels;
     State state;
     std::vector<State> saved;
-    std::vector<RECT> clipRects;
+    mutable std::vector<RECT> clipRects;
+    mutable int32_t clipWidth = -1;
+    mutable int32_t clipHeight = -1;
 };
 
 // Saves a canvas's state for its lifetime.

@@ -458,5 +458,16 @@ TEST(Canvas, AlphaBlendGoesThroughTheClip) {
     EXPECT_FALSE(canvas.AlphaBlend(0, 0, 4, 2, src, 0, 0, 2, 1, BlendFunction{}));
 }
 
+TEST(Canvas, FollowsItsBufferWhenItIsMadeAnew) {
+    PixelBuffer buffer = Filled(8, 6);
+    Canvas canvas(buffer);
+    const Region clip = Region::CreateRectRgn(1, 0, 8, 6);
+    canvas.SelectClipRgn(&clip);
+    ASSERT_TRUE(buffer.Allocate(2, 1));
+    canvas.FillRect(RECT{-9, -9, 99, 99}, kRed);
+    EXPECT_EQ(Read(buffer), (Picture{"?R"}));
+    EXPECT_EQ(canvas.ClipRects(), (std::vector<RECT>{{1, 0, 2, 1}}));
+}
+
 }  // namespace
 }  // namespace kelvara
