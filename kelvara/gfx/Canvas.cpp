@@ -63,21 +63,35 @@ struct Sample {
     int32_t last;
 };
 
-std::vector<Sample> Samples(int32_t n, int32_t start, int32_t count, bool box) {
-    std::vector<Sample> out(static_cast<size_t>(n));
-    for (int32_t i = 0; i < n; ++i) {
+// Only the targets [from, to) are worked out, so that a huge stretch that
+// shows little costs little.
+std::vector<Sample> Samples(int32_t n, int32_t start, int32_t count, bool box, int32_t from,
+                            int32_t to) {
+    std::vector<Sample> out;
+    out.reserve(static_cast<size_t>(to - from));
+    for (int32_t i = from; i < to; ++i) {
         if (box && count > n) {
             const int64_t a = int64_t{i} * count / n;
-            const int64_t b = int64_t{i + 1} * count / n;
-            out[static_cast<size_t>(i)] = {start + static_cast<int32_t>(a),
-                                           start + static_cast<int32_t>(b)};
+            const int64_t b = (int64_t{i} + 1) * count / n;
+            out.push_back({start + static_cast<int32_t>(a), start + static_cast<int32_t>(b)});
         } else {
             const int64_t c = (2 * int64_t{i} + 1) * count / (2 * int64_t{n});
-            out[static_cast<size_t>(i)] = {start + static_cast<int32_t>(c),
-                                           start + static_cast<int32_t>(c) + 1};
+            out.push_back({start + static_cast<int32_t>(c), start + static_cast<int32_t>(c) + 1});
         }
     }
     return out;
+}
+
+// The smallest rectangle holding all of `rects` and inside `area`.
+RECT BoundsWithin(const std::vector<RECT>& rects, const RECT& area) {
+    RECT bounds{INT32_MAX, INT32_MAX, INT32_MIN, INT32_MIN};
+    for (const RECT& r : rects) {
+        bounds.Left = std::min(bounds.Left, r.Left);
+        bounds.Top = std::min(bounds.Top, r.Top);
+        bounds.Right = std::max(bounds.Right, r.Right);
+        bounds.Bottom = std::max(bounds.Bottom, r.Bottom);
+    }
+    return Intersect(bounds, area);
 }
 
 // Copies an area of a view into a new buffer, so that a canvas can read
@@ -217,29 +231,29 @@ void Canvas::FillRegion(const Region& region, COLORREF color) {
 
 void Canvas::FillRect(const RECT& rect, COLORREF color) {
     FillDevice(Span(int64_t{rect.Left} + state.origin.X, int64_t{rect.Top} + state.origin.Y,
-                    rect.Width(), rect.Height()),
+                    int64_t{rect.Right} - rect.Left, int64_t{rect.Bottom} - rect.Top),
                color);
 }
 
 void Canvas::FrameRect(const RECT& rect, COLORREF color) {
-    if (rect.IsEmpty()) {
+    const int64_t left = int64_t{rect.Left} + state.origin.X;
+    const int64_t top = int64_t{rect.Top} + state.origin.Y;
+    const int64_t w = int64_t{rect.Right} - rect.Left;
+    const int64_t h = int64_t{rect.Bottom} - rect.Top;
+    if (w <= 0 || h <= 0) {
         return;
     }
-    const int32_t w = rect.Width();
-    const int32_t h = rect.Height();
     const struct {
-        int32_t x, y, w, h;
+        int64_t x, y, w, h;
     } sides[] = {
         {0, 0, w, 1},
         {0, h - 1, w, 1},
         {0, 1, 1, h - 2},
         {w - 1, 1, 1, h - 2},
     };
-    for (const auto& s : sides) {
-        if (s.h > 0) {
-            FillRect(
-                RECT{rect.Left + s.x, rect.Top + s.y, rect.Left + s.x + s.w, rect.Top + s.y + s.h},
-                color);
+    for (const auto& side : sides) {
+        if (side.h > 0) {
+            FillDevice(Span(left + side.x, top + side.y, side.w, side.h), color);
         }
     }
 }
@@ -253,7 +267,8 @@ bool Canvas::DrawShape(RECT box, int32_t widthEllipse, int32_t heightEllipse, bo
     }
     box = Span(int64_t{box.Left} + state.origin.X, int64_t{box.Top} + state.origin.Y,
                int64_t{box.Right} - box.Left, int64_t{box.Bottom} - box.Top);
-    if (box.IsEmpty()) {
+    // Only a shape that can show is turned into a region.
+    if (BoundsWithin(Clips(), box).IsEmpty()) {
         return true;
     }
     widthEllipse = std::max(widthEllipse, 0);
@@ -394,29 +409,35 @@ bool Canvas::GradientFill(const TRIVERTEX* vertices, uint32_t vertexCount,
     for (uint32_t i = 0; i < rectCount; ++i) {
         TRIVERTEX a = vertices[rects[i].UpperLeft];
         TRIVERTEX b = vertices[rects[i].LowerRight];
-        const RECT box = Span(int64_t{std::min(a.x, b.x)} + state.origin.X,
-                              int64_t{std::min(a.y, b.y)} + state.origin.Y,
-                              std::abs(int64_t{b.x} - a.x), std::abs(int64_t{b.y} - a.y));
-        if (box.IsEmpty()) {
+        const int64_t left = int64_t{std::min(a.x, b.x)} + state.origin.X;
+        const int64_t top = int64_t{std::min(a.y, b.y)} + state.origin.Y;
+        const int64_t width = std::abs(int64_t{b.x} - a.x);
+        const int64_t height = std::abs(int64_t{b.y} - a.y);
+        const RECT seen = BoundsWithin(Clips(), Span(left, top, width, height));
+        if (seen.IsEmpty()) {
             continue;
         }
-        // The ramp runs from the vertex on the left (or top) side.
+        // The ramp runs from the vertex on the left (or top) side; only its
+        // visible stretch is worked out.
         if (across ? a.x > b.x : a.y > b.y) {
             std::swap(a, b);
         }
-        const int32_t n = across ? box.Width() : box.Height();
-        ramp.resize(static_cast<size_t>(n));
-        const auto channel = [n](uint16_t c0, uint16_t c1, int32_t k) {
+        const int64_t n = across ? width : height;
+        const int64_t first = across ? seen.Left - left : seen.Top - top;
+        const int32_t count = across ? seen.Width() : seen.Height();
+        ramp.resize(static_cast<size_t>(count));
+        const auto channel = [n](uint16_t c0, uint16_t c1, int64_t k) {
             const int64_t v = c0 + (int64_t{c1} - c0) * k / n;
             return static_cast<uint8_t>(v >> 8);
         };
-        for (int32_t k = 0; k < n; ++k) {
-            ramp[static_cast<size_t>(k)] =
+        for (int32_t j = 0; j < count; ++j) {
+            const int64_t k = first + j;
+            ramp[static_cast<size_t>(j)] =
                 Bgra{{channel(a.Blue, b.Blue, k), channel(a.Green, b.Green, k),
                       channel(a.Red, b.Red, k), 255}};
         }
         for (const RECT& clip : Clips()) {
-            const RECT r = Intersect(box, clip);
+            const RECT r = Intersect(seen, clip);
             if (r.IsEmpty()) {
                 continue;
             }
@@ -424,10 +445,10 @@ bool Canvas::GradientFill(const TRIVERTEX* vertices, uint32_t vertexCount,
                 uint8_t* row = pixels.Row(y);
                 if (across) {
                     std::memcpy(row + static_cast<size_t>(r.Left) * 4,
-                                ramp.data() + (r.Left - box.Left),
+                                ramp.data() + (r.Left - seen.Left),
                                 static_cast<size_t>(r.Width()) * 4);
                 } else {
-                    Put(row, r.Left, r.Right, ramp[static_cast<size_t>(y - box.Top)]);
+                    Put(row, r.Left, r.Right, ramp[static_cast<size_t>(y - seen.Top)]);
                 }
             }
         }
@@ -487,25 +508,36 @@ namespace {
 struct StretchJob {
     SourceView view;
     RECT area;
-    RECT to;  // buffer pixels, unclipped
+    // The target rectangle in buffer pixels, before any clipping.
+    int64_t left;
+    int64_t top;
+    int32_t width;
+    int32_t height;
     bool box;
 };
 
 void RunStretch(const StretchJob& job, const std::vector<RECT>& clipRects, PixelBuffer& pixels) {
-    const int32_t w = job.to.Width();
-    const int32_t h = job.to.Height();
-    const std::vector<Sample> cols = Samples(w, job.area.Left, job.area.Width(), job.box);
-    const std::vector<Sample> rows = Samples(h, job.area.Top, job.area.Height(), job.box);
+    const RECT to = Span(job.left, job.top, job.width, job.height);
+    const RECT seen = BoundsWithin(clipRects, to);
+    if (seen.IsEmpty()) {
+        return;
+    }
+    const int32_t firstCol = static_cast<int32_t>(seen.Left - job.left);
+    const int32_t firstRow = static_cast<int32_t>(seen.Top - job.top);
+    const std::vector<Sample> cols = Samples(job.width, job.area.Left, job.area.Width(), job.box,
+                                             firstCol, firstCol + seen.Width());
+    const std::vector<Sample> rows = Samples(job.height, job.area.Top, job.area.Height(), job.box,
+                                             firstRow, firstRow + seen.Height());
     for (const RECT& clip : clipRects) {
-        const RECT r = Intersect(job.to, clip);
+        const RECT r = Intersect(to, clip);
         if (r.IsEmpty()) {
             continue;
         }
         for (int32_t y = r.Top; y < r.Bottom; ++y) {
-            const Sample sr = rows[static_cast<size_t>(y - job.to.Top)];
+            const Sample sr = rows[static_cast<size_t>(y - seen.Top)];
             uint8_t* out = pixels.Row(y) + static_cast<size_t>(r.Left) * 4;
             for (int32_t x = r.Left; x < r.Right; ++x, out += 4) {
-                const Sample sc = cols[static_cast<size_t>(x - job.to.Left)];
+                const Sample sc = cols[static_cast<size_t>(x - seen.Left)];
                 const int32_t count = (sr.last - sr.first) * (sc.last - sc.first);
                 if (count == 1) {
                     std::memcpy(out, job.view.Row(sr.first) + static_cast<size_t>(sc.first) * 4, 4);
@@ -539,8 +571,12 @@ bool Canvas::StretchBlt(int32_t x, int32_t y, int32_t width, int32_t height, con
         int64_t{srcY} + srcHeight > src.Height()) {
         return false;
     }
-    StretchJob job{ViewOf(src), RECT{srcX, srcY, srcX + srcWidth, srcY + srcHeight},
-                   Span(int64_t{x} + state.origin.X, int64_t{y} + state.origin.Y, width, height),
+    StretchJob job{ViewOf(src),
+                   RECT{srcX, srcY, srcX + srcWidth, srcY + srcHeight},
+                   int64_t{x} + state.origin.X,
+                   int64_t{y} + state.origin.Y,
+                   width,
+                   height,
                    state.stretchMode == StretchMode::HALFTONE};
     PixelBuffer copy;
     if (&src == &pixels) {
@@ -570,10 +606,13 @@ bool Canvas::StretchDIBits(int32_t x, int32_t y, int32_t width, int32_t height, 
     const SourceView view{bottomUp ? bits + (rows - 1) * stride : bits, bottomUp ? -stride : stride,
                           bitsWidth, rows};
     const int32_t top = bottomUp ? rows - srcY - srcHeight : srcY;
-    const StretchJob job{
-        view, RECT{srcX, top, srcX + srcWidth, top + srcHeight},
-        Span(int64_t{x} + state.origin.X, int64_t{y} + state.origin.Y, width, height),
-        state.stretchMode == StretchMode::HALFTONE};
+    const StretchJob job{view,
+                         RECT{srcX, top, srcX + srcWidth, top + srcHeight},
+                         int64_t{x} + state.origin.X,
+                         int64_t{y} + state.origin.Y,
+                         width,
+                         height,
+                         state.stretchMode == StretchMode::HALFTONE};
     RunStretch(job, Clips(), pixels);
     return true;
 }

@@ -469,5 +469,33 @@ TEST(Canvas, FollowsItsBufferWhenItIsMadeAnew) {
     EXPECT_EQ(canvas.ClipRects(), (std::vector<RECT>{{1, 0, 2, 1}}));
 }
 
+TEST(Canvas, HugeShapesCostOnlyWhatShows) {
+    PixelBuffer buffer = Filled(4, 1, RowOrder::TopDown);
+    Canvas canvas(buffer);
+    const Region clip = Region::CreateRectRgn(2, 0, 4, 1);
+    canvas.SelectClipRgn(&clip);
+    // A ramp of 0x4000'0000 columns, of which the clip shows two.
+    const TRIVERTEX v[] = {{-2, 0, 0, 0, 0, 0}, {0x3FFFFFFE, 1, 0xFFFF, 0, 0, 0}};
+    const GRADIENT_RECT r{0, 1};
+    ASSERT_TRUE(canvas.GradientFill(v, 2, &r, 1, GradientMode::GRADIENT_FILL_RECT_H));
+    EXPECT_EQ(canvas.GetPixel(2, 0), 0x000000u);  // ramp step 4 of 2^30
+    EXPECT_EQ(buffer.Pixel(1, 0)[2], 0x80);       // outside the clip
+    // A ramp starting inside the clip's left edge takes the right steps.
+    const TRIVERTEX w[] = {{0, 0, 0, 0, 0, 0}, {4, 1, 0xFF00, 0, 0, 0}};
+    ASSERT_TRUE(canvas.GradientFill(w, 2, &r, 1, GradientMode::GRADIENT_FILL_RECT_H));
+    EXPECT_EQ(buffer.Pixel(2, 0)[2], 0x7F);
+    EXPECT_EQ(buffer.Pixel(3, 0)[2], 0xBF);
+    // A stretch to two thousand million columns.
+    PixelBuffer src = Filled(2, 1);
+    src.Pixel(1, 0)[0] = 7;
+    canvas.SetStretchBltMode(StretchMode::HALFTONE);
+    ASSERT_TRUE(canvas.StretchBlt(-INT32_MAX + 4, 0, INT32_MAX, 1, src, 0, 0, 2, 1));
+    EXPECT_EQ(buffer.Pixel(3, 0)[0], 7);
+    canvas.SelectPen(Pen{PenStyle::PS_NULL});
+    canvas.SelectBrush(Brush{false, kBlue});
+    EXPECT_TRUE(canvas.Ellipse(10, 0, INT32_MAX, INT32_MAX));
+    EXPECT_EQ(canvas.GetPixel(3, 0), COLORREF{0x070000 | 0x8080});
+}
+
 }  // namespace
 }  // namespace kelvara
