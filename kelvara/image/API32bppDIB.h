@@ -138,6 +138,12 @@ public:
     // The target is a canvas (destinationDC) or another surface
     // (destHostDIB), which takes precedence.
 
+    // True: a canvas over the surface's own pixels, made on first use and
+    // kept by the surface (its state lasts between calls); nullptr without
+    // an image. False: lets the canvas go unless ManageOwnDC is on, and
+    // returns nullptr.
+    Canvas* LoadDIBinDC(bool Load);
+
     bool Render(Canvas* destinationDC, int32_t DestX = 0, int32_t DestY = 0, int32_t DestWidth = 0,
                 int32_t DestHeight = 0, int32_t srcX = 0, int32_t srcY = 0, int32_t srcWidth = 0,
                 int32_t srcHeight = 0, int32_t Opacity = 100, bool Blend = true,
@@ -222,6 +228,9 @@ private:
     Variant tag;
     std::unique_ptr<APIPNGWriter> pngProperties;
     std::vector<uint8_t> originalBytes;
+    // Shared rather than unique only so that this header need not define
+    // Canvas: the deleter is fixed where the canvas is made.
+    std::shared_ptr<Canvas> ownDC;
 };
 
 }  // namespace kelvara

@@ -1,6 +1,7 @@
 // Drawing a surface onto a target.
 //
-//   Render ─┬─ TargetOf (the host surface; a canvas later)
+//   Render ─┬─ TargetOf (the host surface, or a canvas: one target per clip
+//           │            rectangle, and its origin)
 //           └─ RenderCore: normalise the request, then one painter:
 //                RenderRotated                      (an angle)
 //              | AlphaBlend                         (nothing in its way)
@@ -14,8 +15,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <vector>
 
 #include "kelvara/gfx/AlphaBlend.h"
+#include "kelvara/gfx/Canvas.h"
 #include "kelvara/image/API32bppDIB.h"
 #include "kelvara/image/detail/PixelKernels.h"
 
@@ -45,16 +48,36 @@ struct RenderArgs {
     bool centerOnDestXY = false;
 };
 
-// The pixels a draw lands on. A host surface wins over a canvas; a canvas
-// target comes with the drawing back end, until then only surfaces are drawn
-// on.
-std::optional<RenderTarget> TargetOf(Canvas* destinationDC, API32bppDIB* destHostDIB) {
-    (void)destinationDC;
-    if (destHostDIB == nullptr || destHostDIB->Handle() == 0) {
+// The pixels a draw lands on: one target per rectangle of a canvas's clip,
+// since the kernels clip to a single rectangle, and the canvas's origin,
+// which moves the destination. A host surface wins over a canvas. A canvas
+// whose clip shows nothing still gets one target, with an empty clip, so
+// that the request is checked as for any other target.
+struct Targets {
+    std::vector<RenderTarget> Parts;
+    int32_t OriginX = 0;
+    int32_t OriginY = 0;
+};
+
+std::optional<Targets> TargetOf(Canvas* destinationDC, API32bppDIB* destHostDIB) {
+    if (destHostDIB != nullptr && destHostDIB->Handle() != 0) {
+        PixelBuffer& pixels = destHostDIB->Pixels();
+        return Targets{{RenderTarget{&pixels, detail::WholeOf(pixels), true}}, 0, 0};
+    }
+    if (destinationDC == nullptr || destinationDC->Pixels().Empty()) {
         return std::nullopt;
     }
-    PixelBuffer& pixels = destHostDIB->Pixels();
-    return RenderTarget{&pixels, detail::WholeOf(pixels), true};
+    Targets targets;
+    PixelBuffer* pixels = &destinationDC->Pixels();
+    for (const RECT& clip : destinationDC->ClipRects()) {
+        targets.Parts.push_back(RenderTarget{pixels, clip, true});
+    }
+    if (targets.Parts.empty()) {
+        targets.Parts.push_back(RenderTarget{pixels, RECT{}, true});
+    }
+    targets.OriginX = destinationDC->GetViewportOrg().X;
+    targets.OriginY = destinationDC->GetViewportOrg().Y;
+    return targets;
 }
 
 bool FitsInt32(int64_t v) {
@@ -249,22 +272,45 @@ bool API32bppDIB::Render(Canvas* destinationDC, int32_t DestX, int32_t DestY, in
     if (handle == 0) {
         return false;
     }
-    const std::optional<RenderTarget> target = TargetOf(destinationDC, destHostDIB);
-    if (!target) {
+    const std::optional<Targets> targets = TargetOf(destinationDC, destHostDIB);
+    if (!targets) {
         return false;
     }
     PixelBuffer copy;
     const PixelBuffer* source = &pixels;
-    if (destHostDIB == this) {
+    // A surface drawn onto itself, directly or through its own canvas, reads
+    // a copy.
+    if (targets->Parts.front().Pixels == &pixels) {
         if (!detail::CopyBits(pixels, detail::WholeOf(pixels), copy)) {
             return false;
         }
         source = &copy;
     }
-    const RenderArgs args{
-        DestX,     DestY,   DestWidth, DestHeight,      srcX,  srcY,          srcWidth,
-        srcHeight, Opacity, grayScale, LightAdjustment, Angle, CenterOnDestXY};
-    return RenderCore(*this, *source, *target, args);
+    RenderArgs args{DestX,     DestY,   DestWidth, DestHeight,      srcX,  srcY,          srcWidth,
+                    srcHeight, Opacity, grayScale, LightAdjustment, Angle, CenterOnDestXY};
+    args.destX += targets->OriginX;
+    args.destY += targets->OriginY;
+    bool drawn = true;
+    for (const RenderTarget& target : targets->Parts) {
+        drawn = RenderCore(*this, *source, target, args) && drawn;
+    }
+    return drawn;
+}
+
+Canvas* API32bppDIB::LoadDIBinDC(bool Load) {
+    if (!Load) {
+        if (!manageOwnDC) {
+            ownDC.reset();
+        }
+        return nullptr;
+    }
+    if (handle == 0) {
+        return nullptr;
+    }
+    if (!ownDC) {
+        ownDC = std::make_shared<Canvas>(pixels);
+    }
+    return ownDC.get();
 }
 
 bool API32bppDIB::RenderDropShadow_JIT(Canvas* destinationDC, int32_t X, int32_t Y, int32_t Depth,
@@ -287,129 +333,143 @@ bool API32bppDIB::TileImage(Canvas* destinationDC, int32_t X, int32_t Y, int32_t
     if (handle == 0 || Width == 0 || Height == 0) {
         return false;
     }
-    const std::optional<RenderTarget> target = TargetOf(destinationDC, destHostDIB);
-    if (!target) {
+    const std::optional<Targets> targets = TargetOf(destinationDC, destHostDIB);
+    if (!targets) {
         return false;
     }
     if (Opacity < 1) {
         return true;
     }
-    // A negative tile size mirrors every tile.
-    const int64_t tileWidth = TileWidth == 0 ? pixels.Width() : std::abs(int64_t{TileWidth});
-    const int64_t tileHeight = TileHeight == 0 ? pixels.Height() : std::abs(int64_t{TileHeight});
-    if (!FitsInt32(tileWidth) || !FitsInt32(tileHeight)) {
-        return false;
-    }
-    const Mirror flip{TileWidth < 0, TileHeight < 0};
-
-    // Only the part of the area that shows is assembled.
-    const std::optional<RECT> visible =
-        VisiblePart(*target, X, Y, int64_t{X} + std::abs(int64_t{Width}),
-                    int64_t{Y} + std::abs(int64_t{Height}));
-    if (!visible) {
-        return true;
-    }
-    RenderTarget area = *target;
-    area.Clip = *visible;
-
-    // With alternate flips the pattern repeats every two tiles.
-    const int64_t periodWidth = tileWidth * (FlipAlternateX ? 2 : 1);
-    const int64_t periodHeight = tileHeight * (FlipAlternateY ? 2 : 1);
-    const int64_t phaseX = Modulo(int64_t{OffsetX} + (visible->Left - X), periodWidth);
-    const int64_t phaseY = Modulo(int64_t{OffsetY} + (visible->Top - Y), periodHeight);
-
-    PixelBuffer copy;
-    const PixelBuffer* source = &pixels;
-    if (destHostDIB == this) {
-        if (!detail::CopyBits(pixels, detail::WholeOf(pixels), copy)) {
+    const int64_t areaX = int64_t{X} + targets->OriginX;
+    const int64_t areaY = int64_t{Y} + targets->OriginY;
+    // Each clip rectangle is tiled on its own; the pattern's phase comes from
+    // the area's position, so the pieces join up.
+    const auto tileOnto = [&](const RenderTarget& target) -> bool {
+        // A negative tile size mirrors every tile.
+        const int64_t tileWidth = TileWidth == 0 ? pixels.Width() : std::abs(int64_t{TileWidth});
+        const int64_t tileHeight =
+            TileHeight == 0 ? pixels.Height() : std::abs(int64_t{TileHeight});
+        if (!FitsInt32(tileWidth) || !FitsInt32(tileHeight)) {
             return false;
         }
-        source = &copy;
-    }
+        const Mirror flip{TileWidth < 0, TileHeight < 0};
 
-    RenderArgs args;
-    args.opacity = Opacity;
-    args.grayScale = grayScale;
-    args.lightAdjustment = LightAdjustment;
-    if (phaseX + visible->Width() <= tileWidth && phaseY + visible->Height() <= tileHeight) {
-        // The visible part lies within one tile: draw that tile, clipped.
-        args.destX = visible->Left - phaseX;
-        args.destY = visible->Top - phaseY;
-        args.destWidth = flip.X ? -tileWidth : tileWidth;
-        args.destHeight = flip.Y ? -tileHeight : tileHeight;
-        return RenderCore(*this, *source, area, args);
-    }
-
-    // One tile at full strength; the final draw applies opacity and colour.
-    PixelBuffer tile;
-    if (!tile.Allocate(static_cast<int32_t>(tileWidth), static_cast<int32_t>(tileHeight))) {
-        return false;
-    }
-    RenderArgs tileArgs;
-    tileArgs.destWidth = flip.X ? -tileWidth : tileWidth;
-    tileArgs.destHeight = flip.Y ? -tileHeight : tileHeight;
-    if (!RenderCore(*this, *source, RenderTarget{&tile, detail::WholeOf(tile), true}, tileArgs)) {
-        return false;
-    }
-
-    // The pattern's period: the tile, with its mirror images beside and
-    // below it for alternate flips.
-    PixelBuffer period;
-    if (FlipAlternateX || FlipAlternateY) {
-        if (!period.Allocate(static_cast<int32_t>(periodWidth),
-                             static_cast<int32_t>(periodHeight))) {
-            return false;
+        // Only the part of the area that shows is assembled.
+        const std::optional<RECT> visible =
+            VisiblePart(target, areaX, areaY, areaX + std::abs(int64_t{Width}),
+                        areaY + std::abs(int64_t{Height}));
+        if (!visible) {
+            return true;
         }
-        const RECT whole = detail::WholeOf(tile);
-        detail::PutBits(tile, whole, period, 0, 0);
-        const struct {
-            bool use;
-            Mirror mirror;
-            int32_t x, y;
-        } copies[] = {
-            {FlipAlternateX, Mirror{true, false}, tile.Width(), 0},
-            {FlipAlternateY, Mirror{false, true}, 0, tile.Height()},
-            {FlipAlternateX && FlipAlternateY, Mirror{true, true}, tile.Width(), tile.Height()},
-        };
-        for (const auto& c : copies) {
-            PixelBuffer mirrored;
-            if (!c.use) {
-                continue;
-            }
-            if (!detail::MirrorBits(tile, whole, c.mirror, mirrored)) {
+        RenderTarget area = target;
+        area.Clip = *visible;
+
+        // With alternate flips the pattern repeats every two tiles.
+        const int64_t periodWidth = tileWidth * (FlipAlternateX ? 2 : 1);
+        const int64_t periodHeight = tileHeight * (FlipAlternateY ? 2 : 1);
+        const int64_t phaseX = Modulo(int64_t{OffsetX} + (visible->Left - areaX), periodWidth);
+        const int64_t phaseY = Modulo(int64_t{OffsetY} + (visible->Top - areaY), periodHeight);
+
+        PixelBuffer copy;
+        const PixelBuffer* source = &pixels;
+        if (target.Pixels == &pixels) {
+            if (!detail::CopyBits(pixels, detail::WholeOf(pixels), copy)) {
                 return false;
             }
-            detail::PutBits(mirrored, whole, period, c.x, c.y);
+            source = &copy;
         }
-    } else {
-        period.Swap(tile);
-    }
 
-    // A band of the pattern as wide as the visible part from its phase,
-    // filled across by doubling, then copied down row by row.
-    const int64_t bandWidth = phaseX + visible->Width();
-    const int64_t bandHeight = std::min<int64_t>(periodHeight, phaseY + visible->Height());
-    PixelBuffer band;
-    if (!FitsInt32(bandWidth) ||
-        !band.Allocate(static_cast<int32_t>(bandWidth), static_cast<int32_t>(bandHeight))) {
-        return false;
-    }
-    const int32_t firstCopy = static_cast<int32_t>(std::min(periodWidth, bandWidth));
-    detail::PutBits(period, RECT{0, 0, firstCopy, static_cast<int32_t>(bandHeight)}, band, 0, 0);
-    DoubleAcross(band, firstCopy);
+        RenderArgs args;
+        args.opacity = Opacity;
+        args.grayScale = grayScale;
+        args.lightAdjustment = LightAdjustment;
+        if (phaseX + visible->Width() <= tileWidth && phaseY + visible->Height() <= tileHeight) {
+            // The visible part lies within one tile: draw that tile, clipped.
+            args.destX = visible->Left - phaseX;
+            args.destY = visible->Top - phaseY;
+            args.destWidth = flip.X ? -tileWidth : tileWidth;
+            args.destHeight = flip.Y ? -tileHeight : tileHeight;
+            return RenderCore(*this, *source, area, args);
+        }
 
-    PixelBuffer assembled;
-    if (!assembled.Allocate(visible->Width(), visible->Height())) {
-        return false;
+        // One tile at full strength; the final draw applies opacity and colour.
+        PixelBuffer tile;
+        if (!tile.Allocate(static_cast<int32_t>(tileWidth), static_cast<int32_t>(tileHeight))) {
+            return false;
+        }
+        RenderArgs tileArgs;
+        tileArgs.destWidth = flip.X ? -tileWidth : tileWidth;
+        tileArgs.destHeight = flip.Y ? -tileHeight : tileHeight;
+        if (!RenderCore(*this, *source, RenderTarget{&tile, detail::WholeOf(tile), true},
+                        tileArgs)) {
+            return false;
+        }
+
+        // The pattern's period: the tile, with its mirror images beside and
+        // below it for alternate flips.
+        PixelBuffer period;
+        if (FlipAlternateX || FlipAlternateY) {
+            if (!period.Allocate(static_cast<int32_t>(periodWidth),
+                                 static_cast<int32_t>(periodHeight))) {
+                return false;
+            }
+            const RECT whole = detail::WholeOf(tile);
+            detail::PutBits(tile, whole, period, 0, 0);
+            const struct {
+                bool use;
+                Mirror mirror;
+                int32_t x, y;
+            } copies[] = {
+                {FlipAlternateX, Mirror{true, false}, tile.Width(), 0},
+                {FlipAlternateY, Mirror{false, true}, 0, tile.Height()},
+                {FlipAlternateX && FlipAlternateY, Mirror{true, true}, tile.Width(), tile.Height()},
+            };
+            for (const auto& c : copies) {
+                PixelBuffer mirrored;
+                if (!c.use) {
+                    continue;
+                }
+                if (!detail::MirrorBits(tile, whole, c.mirror, mirrored)) {
+                    return false;
+                }
+                detail::PutBits(mirrored, whole, period, c.x, c.y);
+            }
+        } else {
+            period.Swap(tile);
+        }
+
+        // A band of the pattern as wide as the visible part from its phase,
+        // filled across by doubling, then copied down row by row.
+        const int64_t bandWidth = phaseX + visible->Width();
+        const int64_t bandHeight = std::min<int64_t>(periodHeight, phaseY + visible->Height());
+        PixelBuffer band;
+        if (!FitsInt32(bandWidth) ||
+            !band.Allocate(static_cast<int32_t>(bandWidth), static_cast<int32_t>(bandHeight))) {
+            return false;
+        }
+        const int32_t firstCopy = static_cast<int32_t>(std::min(periodWidth, bandWidth));
+        detail::PutBits(period, RECT{0, 0, firstCopy, static_cast<int32_t>(bandHeight)}, band, 0,
+                        0);
+        DoubleAcross(band, firstCopy);
+
+        PixelBuffer assembled;
+        if (!assembled.Allocate(visible->Width(), visible->Height())) {
+            return false;
+        }
+        const size_t rowBytes = static_cast<size_t>(visible->Width()) * 4;
+        for (int32_t y = 0; y < visible->Height(); ++y) {
+            const int32_t from = static_cast<int32_t>(Modulo(phaseY + y, periodHeight));
+            std::memcpy(assembled.Row(y), band.Pixel(static_cast<int32_t>(phaseX), from), rowBytes);
+        }
+        args.destX = visible->Left;
+        args.destY = visible->Top;
+        return RenderCore(*this, assembled, area, args);
+    };
+    bool drawn = true;
+    for (const RenderTarget& target : targets->Parts) {
+        drawn = tileOnto(target) && drawn;
     }
-    const size_t rowBytes = static_cast<size_t>(visible->Width()) * 4;
-    for (int32_t y = 0; y < visible->Height(); ++y) {
-        const int32_t from = static_cast<int32_t>(Modulo(phaseY + y, periodHeight));
-        std::memcpy(assembled.Row(y), band.Pixel(static_cast<int32_t>(phaseX), from), rowBytes);
-    }
-    args.destX = visible->Left;
-    args.destY = visible->Top;
-    return RenderCore(*this, assembled, area, args);
+    return drawn;
 }
 
 }  // namespace kelvara
