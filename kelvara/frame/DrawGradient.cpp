@@ -89,4 +89,62 @@ bool IsSolidFace(bool fourColors, int32_t c1, int32_t c2, int32_t c3, int32_t c4
     return int64_t{c1} + c2 + c3 + c4 == int64_t{4} * c1;
 }
 
+void DrawGradient(Canvas* hDC, int32_t X, int32_t Y, int32_t Width, int32_t Height,
+                  int32_t ColorFrom, int32_t ColorTo, int32_t Direction) {
+    if (hDC == nullptr) {
+        return;
+    }
+    const std::vector<uint32_t> pixels =
+        GradientPixels(Width, Height, ColorFrom, ColorTo, Direction);
+    if (pixels.empty()) {
+        return;
+    }
+    hDC->StretchDIBits(X, Y, Width, Height, 0, 0, Width, Height,
+                       reinterpret_cast<const uint8_t*>(pixels.data()), Width, Height);
+}
+
+bool DrawFace(Canvas* hDC, int32_t Width, int32_t Height, ENUM_GRADIENT_COLORS Mode, int32_t c1,
+              int32_t c2, int32_t c3, int32_t c4) {
+    const bool four = Mode == ENUM_GRADIENT_COLORS::FourColors;
+    if (IsSolidFace(four, c1, c2, c3, c4)) {
+        return false;
+    }
+    if (!four) {
+        DrawGradient(hDC, 0, 0, Width, Height, c1, c2, 1);
+        return true;
+    }
+    const FaceBands bands = FourColorBands(Height);
+    DrawGradient(hDC, 0, 0, Width, bands.upperHeight, c1, c2, 1);
+    DrawGradient(hDC, 0, bands.lowerTop, Width, bands.lowerHeight, c3, c4, 1);
+    return true;
+}
+
+void FillRectWithColor(Canvas* hDC, const RECT& Rect, int32_t Color) {
+    if (hDC != nullptr) {
+        hDC->FillRect(Rect, static_cast<COLORREF>(Color) & 0xFFFFFF);
+    }
+}
+
+void GradientFillRect(Canvas* hDC, const RECT& Rect, int32_t ColorFrom, int32_t ColorTo,
+                      bool Vertical) {
+    if (hDC == nullptr) {
+        return;
+    }
+    const auto vertex = [](int32_t x, int32_t y, int32_t color) {
+        const Channels c = Split(color);
+        return TRIVERTEX{x,
+                         y,
+                         static_cast<uint16_t>(c.red << 8),
+                         static_cast<uint16_t>(c.green << 8),
+                         static_cast<uint16_t>(c.blue << 8),
+                         0};
+    };
+    const TRIVERTEX vertices[2] = {vertex(Rect.Left, Rect.Top, ColorFrom),
+                                   vertex(Rect.Right, Rect.Bottom, ColorTo)};
+    const GRADIENT_RECT band{0, 1};
+    hDC->GradientFill(
+        vertices, 2, &band, 1,
+        Vertical ? GradientMode::GRADIENT_FILL_RECT_V : GradientMode::GRADIENT_FILL_RECT_H);
+}
+
 }  // namespace kelvara

@@ -109,7 +109,7 @@ bool CopyOut(const SourceView& view, const RECT& area, PixelBuffer& out) {
 
 }  // namespace
 
-Canvas::Canvas(PixelBuffer& pixels) : pixels(pixels) {
+Canvas::Canvas(PixelBuffer& pixels) : pixels(pixels), engine(&FontEngine::ForThread()) {
     UpdateClipRects();
 }
 
@@ -160,6 +160,7 @@ const std::vector<RECT>& Canvas::Clips() const {
 
 void Canvas::UpdateClipRects() const {
     clipRects.clear();
+    clipRegion.reset();
     clipWidth = pixels.Width();
     clipHeight = pixels.Height();
     const RECT whole{0, 0, pixels.Width(), pixels.Height()};

@@ -18,9 +18,11 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "kelvara/gfx/AlphaBlend.h"
+#include "kelvara/gfx/FontEngine.h"
 #include "kelvara/gfx/PixelBuffer.h"
 #include "kelvara/gfx/Rect.h"
 #include "kelvara/gfx/Region.h"
@@ -199,6 +201,34 @@ public:
                     int32_t srcX, int32_t srcY, int32_t srcWidth, int32_t srcHeight,
                     BlendFunction function);
 
+    // --- Text ---------------------------------------------------------------
+    // Text is drawn with the selected font in the text colour, each pixel
+    // moved towards the colour by the glyph's coverage (see FontEngine).
+    // In the OPAQUE background mode each line's cell is first filled with
+    // the background colour.
+
+    // The font text is drawn in; each returns the previous one.
+    FontRequest SelectFont(const FontRequest& font);
+    FontRequest SelectFont(const StdFont& font);
+    // An empty handle leaves the font as it is.
+    FontRequest SelectFont(const HFONT& font);
+    const FontRequest& GetFont() const { return state.font; }
+    // The engine that turns text into pixels: the thread's own unless set.
+    // It must outlive the canvas.
+    void SetFontEngine(FontEngine& engine);
+
+    // False when no font can be loaded.
+    bool GetTextMetrics(TextMetrics& metrics);
+    bool GetTextExtentPoint32(std::string_view text, TextSize& size);
+    // One line, its cell's top-left corner at (x, y); tabs and line breaks
+    // are not interpreted.
+    bool TextOut(int32_t x, int32_t y, std::string_view text);
+    // Text laid out in rect by DT_ flags (kelvara/gfx/TextLayout.h), in
+    // logical coordinates; with DT_CALCRECT rect becomes what the text
+    // covers and nothing is drawn. Returns the text's height, 0 when
+    // nothing could be laid out.
+    int32_t DrawText(std::string_view text, RECT& rect, uint32_t format);
+
 private:
     struct State {
         COLORREF textColor = 0;
@@ -212,6 +242,7 @@ private:
         std::optional<Region> outerClip;
         POINT origin;
         POINT position;
+        FontRequest font;
     };
 
     void UpdateClipRects() const;
@@ -224,6 +255,10 @@ private:
     void FillRegion(const Region& region, COLORREF color);
     // The outline-and-fill shape shared by Rectangle, RoundRect and Ellipse.
     bool DrawShape(RECT box, int32_t widthEllipse, int32_t heightEllipse, bool rounded);
+    // The selected font, opened on first use after each change.
+    const FontInstance* Font();
+    // The clip rectangles as one region, for the text engine.
+    const Region& ClipAsRegion() const;
 
     PixelBuffer& pixels;
     State state;
@@ -231,6 +266,10 @@ private:
     mutable std::vector<RECT> clipRects;
     mutable int32_t clipWidth = -1;
     mutable int32_t clipHeight = -1;
+    mutable std::optional<Region> clipRegion;
+    FontEngine* engine;
+    const FontInstance* openFont = nullptr;
+    FontRequest openRequest;
 };
 
 // Saves a canvas's state for its lifetime.

@@ -168,6 +168,26 @@ FontRequest FontRequest::FromStdFont(const StdFont& font) {
     return r;
 }
 
+FontRequest FontRequest::FromLogFont(const LOGFONT& font) {
+    FontRequest r;
+    r.Family = font.lfFaceName;
+    r.Height = font.lfHeight;
+    r.Bold = font.lfWeight >= StdFont::kBoldThreshold;
+    r.Italic = font.lfItalic;
+    r.Underline = font.lfUnderline;
+    r.Strikethrough = font.lfStrikeOut;
+    return r;
+}
+
+HFONT CreateFontIndirect(const LOGFONT& font) {
+    return std::make_shared<const LOGFONT>(font);
+}
+
+FontEngine& FontEngine::ForThread() {
+    thread_local FontEngine engine;
+    return engine;
+}
+
 FontEngine::FontEngine() : state(std::make_unique<State>()) {
     if (FT_Init_FreeType(&state->library) != 0) {
         state->library = nullptr;

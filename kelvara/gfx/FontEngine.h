@@ -23,6 +23,31 @@
 
 namespace kelvara {
 
+// A logical font as the host's CreateFontIndirect takes it. Heights follow
+// FontRequest's rule; width, escapement, orientation, charset and quality
+// are kept for callers that read them back but do not change the glyphs:
+// text is always drawn upright, anti-aliased, at the face's own width.
+struct LOGFONT {
+    int32_t lfHeight = 0;
+    int32_t lfWidth = 0;
+    int32_t lfEscapement = 0;
+    int32_t lfOrientation = 0;
+    int32_t lfWeight = 400;  // 550 and above draw bold
+    bool lfItalic = false;
+    bool lfUnderline = false;
+    bool lfStrikeOut = false;
+    uint8_t lfCharSet = 1;
+    uint8_t lfQuality = 0;
+    std::string lfFaceName;
+
+    friend bool operator==(const LOGFONT&, const LOGFONT&) = default;
+};
+
+// A font handle: the font lives as long as a handle to it does, so there is
+// nothing to delete by hand. An empty handle selects nothing.
+using HFONT = std::shared_ptr<const LOGFONT>;
+HFONT CreateFontIndirect(const LOGFONT& font);
+
 // What a font is asked for, in the terms of a GDI logical font.
 struct FontRequest {
     std::string Family = "MS Sans Serif";
@@ -35,6 +60,7 @@ struct FontRequest {
     bool Strikethrough = false;
 
     static FontRequest FromStdFont(const StdFont& font);
+    static FontRequest FromLogFont(const LOGFONT& font);
     friend bool operator==(const FontRequest&, const FontRequest&) = default;
 };
 
@@ -68,6 +94,11 @@ public:
     ~FontEngine();
     FontEngine(const FontEngine&) = delete;
     FontEngine& operator=(const FontEngine&) = delete;
+
+    // The calling thread's engine, made on first use. Canvases and surfaces
+    // draw with it unless given another, so glyphs one of them caches serve
+    // all the others on that thread.
+    static FontEngine& ForThread();
 
     // False when FreeType or fontconfig could not start; every call then
     // measures nothing and draws nothing.

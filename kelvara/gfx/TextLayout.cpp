@@ -312,7 +312,7 @@ TextLayoutResult LayoutText(const TextMeasurer& m, std::u32string_view text, con
 
 int32_t DrawText(FontEngine& engine, const FontInstance& font, PixelBuffer& target,
                  const Region& clip, std::string_view text, RECT& rect, uint32_t format,
-                 uint32_t color) {
+                 uint32_t color, std::optional<uint32_t> background) {
     if (text.empty()) {
         if ((format & DT_CALCRECT) != 0)
             rect = {rect.Left, rect.Top, rect.Left, rect.Top};
@@ -337,6 +337,12 @@ int32_t DrawText(FontEngine& engine, const FontInstance& font, PixelBuffer& targ
         return layout.Height;
     const LineMarks marks = engine.GetLineMarks(font);
     for (const LaidLine& line : layout.Lines) {
+        if (background) {
+            FontEngine::FillSpan(target, area,
+                                 {line.X, line.Y, Clamp32(int64_t{line.X} + line.Width),
+                                  Clamp32(int64_t{line.Y} + measurer.LineHeight())},
+                                 *background);
+        }
         ForEachRun(measurer, line.Text, layout.TabWidth,
                    [&](int32_t offset, std::u32string_view run) {
                        engine.TextOut(font, target, area, Clamp32(int64_t{line.X} + offset), line.Y,
@@ -355,14 +361,15 @@ int32_t DrawText(FontEngine& engine, const FontInstance& font, PixelBuffer& targ
 }
 
 int32_t DrawText(FontEngine& engine, const StdFont& font, PixelBuffer& target, const Region& clip,
-                 std::string_view text, RECT& rect, uint32_t format, uint32_t color) {
+                 std::string_view text, RECT& rect, uint32_t format, uint32_t color,
+                 std::optional<uint32_t> background) {
     const FontInstance* instance = engine.Open(font);
     if (instance == nullptr) {
         if ((format & DT_CALCRECT) != 0)
             rect = {rect.Left, rect.Top, rect.Left, rect.Top};
         return 0;
     }
-    return DrawText(engine, *instance, target, clip, text, rect, format, color);
+    return DrawText(engine, *instance, target, clip, text, rect, format, color, background);
 }
 
 }  // namespace kelvara

@@ -7,6 +7,7 @@
 //   placement) → for each line: TextOut, then the mnemonic's underline.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -78,11 +79,14 @@ int32_t LineWidth(const TextMeasurer& measurer, std::u32string_view line, int32_
 // clipped to clip and, unless DT_NOCLIP, to rect. With DT_CALCRECT nothing
 // is drawn and rect becomes what the text covers: its left and top stay,
 // its right and bottom move to the widest line and the last line. Returns
-// the text's height as the host does; 0 for empty text or no font.
+// the text's height as the host does; 0 for empty text or no font. With a
+// background colour (an opaque background mode) each line's cell, as wide
+// as the line, is filled with it before the glyphs go down.
 int32_t DrawText(FontEngine& engine, const StdFont& font, PixelBuffer& target, const Region& clip,
-                 std::string_view text, RECT& rect, uint32_t format, uint32_t color);
+                 std::string_view text, RECT& rect, uint32_t format, uint32_t color,
+                 std::optional<uint32_t> background = std::nullopt);
 int32_t DrawText(FontEngine& engine, const FontInstance& font, PixelBuffer& target,
                  const Region& clip, std::string_view text, RECT& rect, uint32_t format,
-                 uint32_t color);
+                 uint32_t color, std::optional<uint32_t> background = std::nullopt);
 
 }  // namespace kelvara

@@ -20,9 +20,11 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "kelvara/base/Variant.h"
+#include "kelvara/gfx/FontEngine.h"
 #include "kelvara/gfx/PixelBuffer.h"
 #include "kelvara/gfx/Rect.h"
 #include "kelvara/image/ImageTypes.h"
@@ -186,6 +188,19 @@ public:
                      bool CopyOriginal = false) const;
     void SwapDIBs(API32bppDIB* Other);
 
+    // Text drawn into the picture in the box X, Y, Width × Height: lines
+    // split at "\r\n", one under the other from the box's top, each
+    // measured and placed by Alignment. Glyph edges become partly
+    // transparent pixels of the colour, so the picture stays premultiplied,
+    // and the text is blended over what is there. Color is an RGB colour.
+    // False without an image, for an empty box or when no font loads.
+    bool DrawText_stdFont(const StdFont& Font, std::string_view Text, int32_t X, int32_t Y,
+                          int32_t Width, int32_t Height, uint32_t Alignment, OLE_COLOR Color);
+    // The same with a font handle; the handle's escapement and orientation
+    // are ignored, so the text always runs level.
+    bool DrawText_hFont(const HFONT& Font, std::string_view Text, int32_t X, int32_t Y,
+                        int32_t Width, int32_t Height, uint32_t Alignment, OLE_COLOR Color);
+
     // --- Saving -------------------------------------------------------------
     // FillColor −1 keeps transparency; another colour flattens the picture
     // onto it first.
@@ -210,6 +225,8 @@ private:
     // The friend setter the readers and copying routines use.
     void SetImageType(ENUM_IMAGE_FORMAT value) { imageType = value; }
     // Reads from `file` (when given) or `bytes`, trying each reader in turn.
+    bool DrawTextCore(const FontRequest& font, std::string_view text, int32_t x, int32_t y,
+                      int32_t width, int32_t height, uint32_t alignment, OLE_COLOR color);
     bool LoadPictureCore(std::FILE* file, std::span<const uint8_t> bytes, int32_t iconCx,
                          int32_t iconCy, bool KeepOriginal, int32_t iconBitDepth);
     // Takes over another surface's settings when a temporary replaces this

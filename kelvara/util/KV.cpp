@@ -1,5 +1,7 @@
 #include "kelvara/util/KV.h"
 
+#include "kelvara/frame/ColorRoutines.h"
+#include "kelvara/frame/DrawGradient.h"
 #include "kelvara/util/modExtenso.h"
 #include "kelvara/util/modParsers.h"
 
@@ -59,6 +61,15 @@ bool KV::IsValidIP(std::string_view xIP) {
 
 bool KV::IsValidFileName(std::string_view xFileName) {
     return modParsers::IsValidFileName(xFileName);
+}
+
+void KV::PaintAsGradient(Canvas* xHDC, int32_t XX, int32_t xY, int32_t xWidth, int32_t xHeight,
+                         int32_t xColorFrom, int32_t xColorTo, int32_t xGradientDirection) {
+    DrawGradient(xHDC, XX, xY, xWidth, xHeight, xColorFrom, xColorTo, xGradientDirection);
+}
+
+int32_t KV::ShiftRGBColor(int32_t xColor, int16_t xShiftValue) {
+    return kelvara::ShiftRGBColor(xColor, xShiftValue);
 }
 
 std::string KV::RemoveAccents(std::string_view xString) {

@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "kelvara/base/Date.h"
+#include "kelvara/gfx/Canvas.h"
 #include "kelvara/util/DateFormats.h"
 
 namespace kelvara {
@@ -48,6 +49,15 @@ public:
                                         std::string_view xStringTo);
     static std::string FormatWithZeros(std::string_view xString, int16_t xNumberOfZeros);
     static std::string FormatFileSizeEx(double xValue);
+
+    // Colours and drawing.
+    // A two-colour gradient rectangle on a canvas (directions: 0 left to
+    // right, 1 top to bottom, 2 and 3 the diagonals).
+    static void PaintAsGradient(Canvas* xHDC, int32_t XX, int32_t xY, int32_t xWidth,
+                                int32_t xHeight, int32_t xColorFrom, int32_t xColorTo,
+                                int32_t xGradientDirection);
+    // Adds the shift to each channel, clamped to 0..255; negative darkens.
+    static int32_t ShiftRGBColor(int32_t xColor, int16_t xShiftValue);
 
     // Amounts in words.
     static std::string CurrencyAsStr(double xValue,
