@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "kelvara/base/Error.h"
 #include "kelvara/base/Locale.h"
+#include "kelvara/frame/DrawGradient.h"
 
 namespace kelvara {
 namespace {
@@ -396,6 +399,20 @@ TEST(KVLayouts, DateFormatTextIsTheLowerCaseName) {
     EXPECT_EQ(static_cast<int>(ENUM_DATE_FORMAT::YYDotM), 77);
     EXPECT_EQ(DateFormatText(78), "");
     EXPECT_EQ(DateFormatText(-1), "");
+}
+
+TEST(KVColours, PaintAsGradientAndShiftRGBColorAreTheSharedRoutines) {
+    PixelBuffer byKV, direct;
+    ASSERT_TRUE(byKV.Allocate(7, 5));
+    ASSERT_TRUE(direct.Allocate(7, 5));
+    Canvas kvCanvas(byKV), directCanvas(direct);
+    for (int32_t direction : {0, 1, 2, 3, 7}) {
+        KV::PaintAsGradient(&kvCanvas, 1, 1, 5, 3, 0x102030, 0xF0E0D0, direction);
+        DrawGradient(&directCanvas, 1, 1, 5, 3, 0x102030, 0xF0E0D0, direction);
+        ASSERT_EQ(0, std::memcmp(byKV.Bits(), direct.Bits(), byKV.ByteSize())) << direction;
+    }
+    EXPECT_EQ(KV::ShiftRGBColor(0x10FF00, 120), 0x88FF78);
+    EXPECT_EQ(KV::ShiftRGBColor(static_cast<int32_t>(0x80102030), -0x20), 0x000010);
 }
 
 }  // namespace
