@@ -4,6 +4,7 @@
 #include <ft2build.h>
 #include FT_FREETYPE_H
 #include FT_BITMAP_H
+#include FT_OUTLINE_H
 #include FT_SYNTHESIS_H
 #include FT_TRUETYPE_TABLES_H
 
@@ -123,6 +124,9 @@ class FontInstance {
 public:
     FT_Face face = nullptr;
     bool syntheticBold = false;
+    // A bold face drawn with regular outlines: its strokes are thickened,
+    // its advances are already bold.
+    bool thinBold = false;
     bool syntheticItalic = false;
     bool underline = false;
     bool strikethrough = false;
@@ -155,6 +159,7 @@ struct FontEngine::State {
     const Glyph& Load(const FontInstance& font, char32_t c, int64_t& loads);
     int32_t Kerning(const FontInstance& font, const Glyph& left, const Glyph& right);
     bool SetUp(FontInstance& font, const FontRequest& request);
+    bool SameStems(FT_Face bold, const std::string& regularFile);
 };
 
 FontRequest FontRequest::FromStdFont(const StdFont& font) {
@@ -344,9 +349,34 @@ const FontInstance* FontEngine::Open(const FontRequest& request) {
     }
     if (!state->SetUp(*font, request))
         return nullptr;
+    if (request.Bold && !font->syntheticBold && FT_IS_SCALABLE(font->face)) {
+        const std::string regular = MatchFile(request.Family, false, request.Italic);
+        font->thinBold = regular != file && state->SameStems(font->face, regular);
+    }
     const FontInstance* made = font.get();
     state->instances.emplace(key, std::move(font));
     return made;
+}
+
+// Some faces sold as bold carry the regular outlines with wider advances
+// (Wine's Tahoma Bold is one). They are told by the stem of an "l": no
+// wider, relative to the em, than the regular face's.
+bool FontEngine::State::SameStems(FT_Face bold, const std::string& regularFile) {
+    FT_Face regular = nullptr;
+    if (FT_New_Face(library, regularFile.c_str(), 0, &regular) != 0)
+        return false;
+    const auto stem = [](FT_Face face) -> double {
+        if (FT_Load_Char(face, 'l', FT_LOAD_NO_SCALE) != 0 || face->units_per_EM == 0 ||
+            face->glyph->format != FT_GLYPH_FORMAT_OUTLINE)
+            return 0;
+        FT_BBox box;
+        FT_Outline_Get_CBox(&face->glyph->outline, &box);
+        return static_cast<double>(box.xMax - box.xMin) / face->units_per_EM;
+    };
+    const double boldStem = stem(bold);
+    const double regularStem = stem(regular);
+    FT_Done_Face(regular);
+    return boldStem > 0 && regularStem > 0 && boldStem <= regularStem * 1.1;
 }
 
 const Glyph& FontEngine::State::Load(const FontInstance& font, char32_t c, int64_t& loads) {
@@ -367,8 +397,14 @@ const Glyph& FontEngine::State::Load(const FontInstance& font, char32_t c, int64
     if (FT_Load_Glyph(face, g.index, flags) != 0)
         return g;
     FT_GlyphSlot slot = face->glyph;
-    if (font.syntheticBold)
+    if (font.syntheticBold) {
         FT_GlyphSlot_Embolden(slot);
+    } else if (font.thinBold && slot->format == FT_GLYPH_FORMAT_OUTLINE) {
+        // The strength FreeType's own emboldening uses, across only: the
+        // face's advances and heights stay as they are.
+        const FT_Pos strength = FT_MulFix(face->units_per_EM, face->size->metrics.y_scale) / 24;
+        FT_Outline_EmboldenXY(&slot->outline, strength, 0);
+    }
     if (slot->format != FT_GLYPH_FORMAT_BITMAP &&
         FT_Render_Glyph(slot, FT_RENDER_MODE_NORMAL) != 0) {
         return g;

@@ -500,6 +500,18 @@ TEST_F(FontEngineTest, MissingStylesAreMadeUp) {
         EXPECT_GT(Engine().GetTextExtentPoint32(*Engine().Open(bold), word).cx,
                   Engine().GetTextExtentPoint32(*Engine().Open(plain), word).cx)
             << c.family;
+        // Bold strokes carry more ink, also where the bold face's own
+        // outlines are the regular ones (Wine's Tahoma Bold).
+        Engine().TextOut(*Engine().Open(bold), heavy.pixels, RECT{0, 0, 200, 80}, 10, 10, "l",
+                         0xFFFFFF);
+        const auto ink = [](const Canvas& canvas) {
+            int64_t sum = 0;
+            for (int32_t y = 0; y < canvas.pixels.Height(); ++y)
+                for (int32_t x = 0; x < canvas.pixels.Width(); ++x)
+                    sum += canvas.pixels.Pixel(x, y)[3];
+            return sum;
+        };
+        EXPECT_GT(ink(heavy), ink(upright) * 5 / 4) << c.family;
     }
 }
 
