@@ -7,6 +7,7 @@
 #include "kelvara/image/APIGDIPlus.h"
 #include "kelvara/image/Zlib.h"
 #include "kelvara/image/bmp/APIBMPParser.h"
+#include "kelvara/image/gif/APIGIFParser.h"
 #include "kelvara/image/ico/APIICOParser.h"
 #include "kelvara/image/png/APIPNGParser.h"
 #include "kelvara/image/png/APIPNGWriter.h"
@@ -232,7 +233,9 @@ bool API32bppDIB::LoadPictureCore(std::FILE* file, std::span<const uint8_t> byte
         }
         bytes = fileBytes;
     }
-    // The GIF reader comes next in line once the engine has one.
+    if (!loaded) {
+        loaded = APIGIFParser().LoadStream(bytes, *this);
+    }
     if (!loaded) {
         loaded = APIICOParser().LoadStream(bytes, *this, iconCx, iconCy, iconBitDepth);
     }
@@ -311,6 +314,18 @@ bool API32bppDIB::SaveToFile_Bitmap(const std::string& FileName, int32_t FillCol
                                     bool WithAlpha) const {
     std::vector<uint8_t> bytes;
     return handle != 0 && APIBMPParser::SaveToStream(*this, bytes, FillColor, WithAlpha) &&
+           WriteFile(FileName, bytes);
+}
+
+bool API32bppDIB::SaveToStream_GIF(std::vector<uint8_t>& Out, int32_t FillColor,
+                                   bool UseTransparency) const {
+    return handle != 0 && APIGIFParser::SaveToStream(*this, Out, FillColor, UseTransparency);
+}
+
+bool API32bppDIB::SaveToFile_GIF(const std::string& FileName, int32_t FillColor,
+                                 bool UseTransparency) const {
+    std::vector<uint8_t> bytes;
+    return handle != 0 && APIGIFParser::SaveToStream(*this, bytes, FillColor, UseTransparency) &&
            WriteFile(FileName, bytes);
 }
 

@@ -211,6 +211,13 @@ public:
                            bool WithAlpha = false) const;
     bool SaveToStream_Bitmap(std::vector<uint8_t>& Out, int32_t FillColor = 0xFFFFFF,
                              bool WithAlpha = false) const;
+    // An adaptive palette; with UseTransparency pixels under half opacity
+    // become transparent. FillColor is what partly transparent pixels kept
+    // opaque are laid over (−1: their own colour).
+    bool SaveToFile_GIF(const std::string& FileName, int32_t FillColor = -1,
+                        bool UseTransparency = true) const;
+    bool SaveToStream_GIF(std::vector<uint8_t>& Out, int32_t FillColor = -1,
+                          bool UseTransparency = true) const;
 
     // Properties for the PNG writer (ePngProperties); Property −1 drops all.
     bool PngPropertySet(int32_t Property, const Variant& Value, const std::string& Keyword = "");
