@@ -3,9 +3,10 @@
 // SaveJPG → Plan (quality → tables, gray or colour, chroma sampling)
 //         → SOI, APP0 (JFIF), DQT, SOF0, DHT, SOS
 //         → for each row of MCUs: Strip::Read (flatten onto the fill colour,
-//           replicate the last column and row into the padding)
-//           → for each MCU: LoadLuma / LoadChroma (colour conversion, and the
-//             2 × 2 average for 4:2:0) → ForwardDct → Quantise → EncodeBlock
+//           replicate the last column and row into the padding, convert to
+//           YCbCr, average 2 × 2 for 4:2:0)
+//           → for each block of each MCU: TransformBlock (DCT, quantise,
+//             zigzag) → EncodeBlock (Huffman)
 //         → EOI
 //
 // Choices:
@@ -297,13 +298,41 @@ std::array<float, 64> Divisors(const std::array<uint8_t, 64>& quant) {
     return divisors;
 }
 
-// Level-shifted samples (−128 to 127) in natural order → quantised
-// coefficients in zigzag order.
-void TransformBlock(float (&samples)[64], const std::array<float, 64>& divisors,
-                    int16_t (&out)[64]) {
+// Quantised coefficients of one block in zigzag order, with a bit set for
+// each AC coefficient that is not zero, so that the coder can jump over
+// runs of zeros.
+struct Block {
+    int16_t zz[64];
+    uint64_t nonZero;
+};
+
+// Sixty-four 0/1 bytes → bit k = flags[k]. Eight at a time: with byte j of
+// `eight` holding flag j, the product with 0x0102040810204080 gathers flag
+// j into bit 56 + j without any carries between them. One multiply per
+// eight flags instead of a chain of 64 dependent shifts.
+inline uint64_t PackFlags(const uint8_t (&flags)[64]) {
+    uint64_t bits = 0;
+    for (int i = 0; i < 8; ++i) {
+        uint64_t eight = 0;
+        for (int j = 0; j < 8; ++j) {
+            eight |= uint64_t{flags[8 * i + j]} << (8 * j);
+        }
+        bits |= ((eight * 0x0102040810204080u) >> 56) << (8 * i);
+    }
+    return bits;
+}
+
+// The 8 × 8 level-shifted samples (−128 to 127) at `samples`, rows `stride`
+// floats apart → quantised coefficients.
+void TransformBlock(const float* samples, size_t stride, const std::array<float, 64>& divisors,
+                    Block& out) {
+    float b[64];
+    for (int row = 0; row < 8; ++row) {
+        std::copy_n(samples + row * stride, 8, b + row * 8);
+    }
     float t[64];
-    DctColumns(samples);
-    Transpose(samples, t);
+    DctColumns(b);
+    Transpose(b, t);
     DctColumns(t);
     int16_t q[64];
     for (int i = 0; i < 64; ++i) {
@@ -314,17 +343,34 @@ void TransformBlock(float (&samples)[64], const std::array<float, 64>& divisors,
         q[i] = static_cast<int16_t>(std::clamp(rounded, -1023, 1023));
     }
     for (int k = 0; k < 64; ++k) {
-        out[k] = q[kTransposedZigzag[k]];
+        out.zz[k] = q[kTransposedZigzag[k]];
     }
+    uint8_t flags[64];
+    for (int k = 0; k < 64; ++k) {
+        flags[k] = out.zz[k] != 0;
+    }
+    out.nonZero = PackFlags(flags) & ~uint64_t{1};
 }
 
 // --- Entropy coding --------------------------------------------------------
 
 // Collects bits most significant first and stuffs a zero byte after every
-// 0xFF byte of entropy-coded data, as markers must stay recognisable.
+// 0xFF byte of entropy-coded data, as markers must stay recognisable. Bytes
+// go straight into `out`, which grows ahead of them (Reserve) and is cut to
+// length by Finish.
 class BitWriter {
 public:
-    explicit BitWriter(std::vector<uint8_t>& out) : out(out) {}
+    // The most one block can take: 64 codes of at most 27 bits, every byte
+    // stuffed, and the word still pending.
+    static constexpr size_t kBlockBytes = 64 * 27 / 8 * 2 + 8;
+
+    explicit BitWriter(std::vector<uint8_t>& out) : out(out), length(out.size()) {}
+
+    void Reserve(size_t bytes) {
+        if (out.size() - length < bytes) {
+            out.resize(std::max(out.size() * 2, length + bytes));
+        }
+    }
 
     // count ≤ 27: a code of up to 16 bits with up to 11 value bits.
     void Put(uint32_t bits, int count) {
@@ -338,19 +384,21 @@ public:
 
     // Pads the last byte with one bits.
     void Finish() {
+        Reserve(kBlockBytes);
         const int pad = (8 - used % 8) % 8;
         Put((1u << pad) - 1, pad);
         while (used > 0) {
             used -= 8;
             PutByte(static_cast<uint8_t>(pending >> used));
         }
+        out.resize(length);
     }
 
 private:
     void PutByte(uint8_t byte) {
-        out.push_back(byte);
+        out[length++] = byte;
         if (byte == 0xFF) {
-            out.push_back(0);
+            out[length++] = 0;
         }
     }
 
@@ -358,10 +406,12 @@ private:
         // A byte of `word` is 0xFF exactly when that byte of ~word is zero.
         const uint32_t inverted = ~word;
         if (((inverted - 0x01010101u) & ~inverted & 0x80808080u) == 0) {
-            const uint8_t bytes[4] = {static_cast<uint8_t>(word >> 24),
-                                      static_cast<uint8_t>(word >> 16),
-                                      static_cast<uint8_t>(word >> 8), static_cast<uint8_t>(word)};
-            out.insert(out.end(), bytes, bytes + 4);
+            uint8_t* at = out.data() + length;
+            at[0] = static_cast<uint8_t>(word >> 24);
+            at[1] = static_cast<uint8_t>(word >> 16);
+            at[2] = static_cast<uint8_t>(word >> 8);
+            at[3] = static_cast<uint8_t>(word);
+            length += 4;
             return;
         }
         for (int shift = 24; shift >= 0; shift -= 8) {
@@ -370,6 +420,7 @@ private:
     }
 
     std::vector<uint8_t>& out;
+    size_t length;
     uint64_t pending = 0;
     int used = 0;
 };
@@ -386,14 +437,12 @@ inline void PutCoded(BitWriter& bits, const HuffmanCodes& codes, int symbolHigh,
     bits.Put((uint32_t{codes.code[symbol]} << size) | extra, codes.length[symbol] + size);
 }
 
-void EncodeBlock(BitWriter& bits, const int16_t (&zz)[64], int& dcPrediction,
-                 const HuffmanCodes& dc, const HuffmanCodes& ac) {
-    PutCoded(bits, dc, 0, zz[0] - dcPrediction);
-    dcPrediction = zz[0];
-    uint64_t nonZero = 0;
-    for (int k = 1; k < 64; ++k) {
-        nonZero |= uint64_t{zz[k] != 0} << k;
-    }
+void EncodeBlock(BitWriter& bits, const Block& block, int& dcPrediction, const HuffmanCodes& dc,
+                 const HuffmanCodes& ac) {
+    bits.Reserve(BitWriter::kBlockBytes);
+    PutCoded(bits, dc, 0, block.zz[0] - dcPrediction);
+    dcPrediction = block.zz[0];
+    uint64_t nonZero = block.nonZero;
     int last = 0;
     while (nonZero != 0) {
         const int k = std::countr_zero(nonZero);
@@ -402,7 +451,7 @@ void EncodeBlock(BitWriter& bits, const int16_t (&zz)[64], int& dcPrediction,
         for (; run >= 16; run -= 16) {
             bits.Put(ac.code[0xF0], ac.length[0xF0]);  // sixteen zeros
         }
-        PutCoded(bits, ac, run << 4, zz[k]);
+        PutCoded(bits, ac, run << 4, block.zz[k]);
         last = k;
     }
     if (last != 63) {
@@ -411,6 +460,8 @@ void EncodeBlock(BitWriter& bits, const int16_t (&zz)[64], int& dcPrediction,
 }
 
 // --- Pixels ----------------------------------------------------------------
+
+enum class Layout { Gray, Full, Quarter };
 
 struct Fill {
     uint32_t b, g, r;
@@ -441,113 +492,130 @@ bool IsGray(const PixelBuffer& pixels, const Fill& fill) {
     return true;
 }
 
-// One row of MCUs as flattened red, green and blue planes, padded to whole
-// MCUs by repeating the last column and row: repeating (rather than zeros)
-// keeps the padding from ringing back into the visible edge.
-class Strip {
-public:
-    Strip(int32_t paddedWidth, int32_t rows)
-        : width(paddedWidth), rows(rows), r(Size()), g(Size()), b(Size()) {}
-
-    void Read(const PixelBuffer& pixels, int32_t top, const Fill& fill) {
-        const int32_t visible = pixels.Width();
-        for (int32_t row = 0; row < rows; ++row) {
-            const int32_t y = std::min(top + row, pixels.Height() - 1);
-            const uint8_t* p = pixels.Row(y);
-            float* rr = Red(row);
-            float* gg = Green(row);
-            float* bb = Blue(row);
-            for (int32_t x = 0; x < visible; ++x, p += 4) {
-                uint32_t cr, cg, cb;
-                Flatten(p, fill, cr, cg, cb);
-                rr[x] = static_cast<float>(cr);
-                gg[x] = static_cast<float>(cg);
-                bb[x] = static_cast<float>(cb);
-            }
-            std::fill(rr + visible, rr + width, rr[visible - 1]);
-            std::fill(gg + visible, gg + width, gg[visible - 1]);
-            std::fill(bb + visible, bb + width, bb[visible - 1]);
-        }
-    }
-
-    const float* Red(int32_t row) const { return &r[Offset(row)]; }
-    const float* Green(int32_t row) const { return &g[Offset(row)]; }
-    const float* Blue(int32_t row) const { return &b[Offset(row)]; }
-
-private:
-    size_t Size() const { return static_cast<size_t>(width) * static_cast<size_t>(rows); }
-    size_t Offset(int32_t row) const {
-        return static_cast<size_t>(row) * static_cast<size_t>(width);
-    }
-    float* Red(int32_t row) { return &r[Offset(row)]; }
-    float* Green(int32_t row) { return &g[Offset(row)]; }
-    float* Blue(int32_t row) { return &b[Offset(row)]; }
-
-    int32_t width;
-    int32_t rows;
-    std::vector<float> r, g, b;
-};
-
 // JFIF's YCbCr: full-range BT.601 weights.
 constexpr float kYr = 0.299f, kYg = 0.587f, kYb = 0.114f;
 constexpr float kCbR = -0.168736f, kCbG = -0.331264f, kCbB = 0.5f;
 constexpr float kCrR = 0.5f, kCrG = -0.418688f, kCrB = -0.081312f;
 
-enum class Channel { Y, Cb, Cr };
+// One row of MCUs as level-shifted luminance and colour-difference planes,
+// padded to whole MCUs by repeating the last column and row: repeating
+// (rather than zeros) keeps the padding from ringing back into the visible
+// edge. Whole rows are converted at once, which the compiler vectorises
+// far better than 8 × 8 blocks.
+class Strip {
+public:
+    Strip(Layout layout, int32_t paddedWidth)
+        : layout(layout),
+          width(static_cast<size_t>(paddedWidth)),
+          rows(layout == Layout::Quarter ? 16 : 8),
+          chromaWidth(layout == Layout::Quarter ? width / 2 : width),
+          red(width),
+          green(width),
+          blue(width),
+          luma(width * rows) {
+        if (layout == Layout::Gray) {
+            return;
+        }
+        cb.resize(chromaWidth * 8);
+        cr.resize(chromaWidth * 8);
+        if (layout == Layout::Quarter) {
+            pairRed.resize(chromaWidth);
+            pairGreen.resize(chromaWidth);
+            pairBlue.resize(chromaWidth);
+        }
+    }
 
-// The 8 × 8 luminance block at (x, y) of the strip, level-shifted. Gray
-// pictures take red as it is: the weights add up to one, but floats would
-// add noise.
-void LoadLuma(const Strip& strip, int32_t x, int32_t y, bool gray, float (&out)[64]) {
-    for (int row = 0; row < 8; ++row) {
-        const float* r = strip.Red(y + row) + x;
-        const float* g = strip.Green(y + row) + x;
-        const float* b = strip.Blue(y + row) + x;
-        float* o = out + row * 8;
-        if (gray) {
-            for (int i = 0; i < 8; ++i) {
-                o[i] = r[i] - 128.0f;
+    size_t LumaStride() const { return width; }
+    size_t ChromaStride() const { return chromaWidth; }
+    const float* Luma(int32_t row, int32_t x) const { return &luma[row * width + x]; }
+    const float* Cb(int32_t x) const { return &cb[x]; }
+    const float* Cr(int32_t x) const { return &cr[x]; }
+
+    void Read(const PixelBuffer& pixels, int32_t top, const Fill& fill) {
+        for (size_t row = 0; row < rows; ++row) {
+            ReadRow(pixels, std::min(top + static_cast<int32_t>(row), pixels.Height() - 1), fill);
+            float* y = &luma[row * width];
+            if (layout == Layout::Gray) {
+                // Red as it is: the weights add up to one, but floats
+                // would add noise.
+                for (size_t x = 0; x < width; ++x) {
+                    y[x] = red[x] - 128.0f;
+                }
+                continue;
+            }
+            for (size_t x = 0; x < width; ++x) {
+                y[x] = kYr * red[x] + kYg * green[x] + kYb * blue[x] - 128.0f;
+            }
+            if (layout == Layout::Full) {
+                ToChroma(red.data(), green.data(), blue.data(), 1.0f, row);
+            } else {
+                AddPairs(row % 2 == 0);
+                if (row % 2 == 1) {
+                    // The mean of 2 × 2 pixels sits at their centre, where
+                    // JFIF places a quarter-resolution sample.
+                    ToChroma(pairRed.data(), pairGreen.data(), pairBlue.data(), 0.25f, row / 2);
+                }
+            }
+        }
+    }
+
+private:
+    // Flattened red, green and blue of picture row y, with the padding.
+    void ReadRow(const PixelBuffer& pixels, int32_t y, const Fill& fill) {
+        const size_t visible = static_cast<size_t>(pixels.Width());
+        const uint8_t* p = pixels.Row(y);
+        uint32_t alphas = 255;
+        for (size_t x = 0; x < visible; ++x) {
+            alphas &= p[4 * x + 3];
+        }
+        if (alphas == 255) {  // opaque: the fill cannot show
+            for (size_t x = 0; x < visible; ++x) {
+                blue[x] = p[4 * x];
+                green[x] = p[4 * x + 1];
+                red[x] = p[4 * x + 2];
             }
         } else {
-            for (int i = 0; i < 8; ++i) {
-                o[i] = kYr * r[i] + kYg * g[i] + kYb * b[i] - 128.0f;
+            for (size_t x = 0; x < visible; ++x) {
+                uint32_t r, g, b;
+                Flatten(p + 4 * x, fill, r, g, b);
+                red[x] = static_cast<float>(r);
+                green[x] = static_cast<float>(g);
+                blue[x] = static_cast<float>(b);
             }
         }
+        std::fill(red.begin() + visible, red.end(), red[visible - 1]);
+        std::fill(green.begin() + visible, green.end(), green[visible - 1]);
+        std::fill(blue.begin() + visible, blue.end(), blue[visible - 1]);
     }
-}
 
-// The 8 × 8 block of one colour-difference channel whose first sample sits
-// at strip column x. With `quarter` each sample is the mean of 2 × 2
-// pixels, which places it at their centre, where JFIF puts it.
-void LoadChroma(const Strip& strip, int32_t x, bool quarter, Channel channel, float (&out)[64]) {
-    const float kr = channel == Channel::Cb ? kCbR : kCrR;
-    const float kg = channel == Channel::Cb ? kCbG : kCrG;
-    const float kb = channel == Channel::Cb ? kCbB : kCrB;
-    for (int row = 0; row < 8; ++row) {
-        float* o = out + row * 8;
-        if (!quarter) {
-            const float* r = strip.Red(row) + x;
-            const float* g = strip.Green(row) + x;
-            const float* b = strip.Blue(row) + x;
-            for (int i = 0; i < 8; ++i) {
-                o[i] = kr * r[i] + kg * g[i] + kb * b[i];
-            }
-            continue;
-        }
-        const float* r0 = strip.Red(2 * row) + 2 * x;
-        const float* r1 = strip.Red(2 * row + 1) + 2 * x;
-        const float* g0 = strip.Green(2 * row) + 2 * x;
-        const float* g1 = strip.Green(2 * row + 1) + 2 * x;
-        const float* b0 = strip.Blue(2 * row) + 2 * x;
-        const float* b1 = strip.Blue(2 * row + 1) + 2 * x;
-        for (int i = 0; i < 8; ++i) {
-            const float r = r0[2 * i] + r0[2 * i + 1] + r1[2 * i] + r1[2 * i + 1];
-            const float g = g0[2 * i] + g0[2 * i + 1] + g1[2 * i] + g1[2 * i + 1];
-            const float b = b0[2 * i] + b0[2 * i + 1] + b1[2 * i] + b1[2 * i + 1];
-            o[i] = 0.25f * (kr * r + kg * g + kb * b);
+    // Sums horizontal pairs of the current row into the pair rows, starting
+    // them afresh on the first row of two.
+    void AddPairs(bool first) {
+        const float keep = first ? 0.0f : 1.0f;
+        for (size_t i = 0; i < chromaWidth; ++i) {
+            pairRed[i] = keep * pairRed[i] + red[2 * i] + red[2 * i + 1];
+            pairGreen[i] = keep * pairGreen[i] + green[2 * i] + green[2 * i + 1];
+            pairBlue[i] = keep * pairBlue[i] + blue[2 * i] + blue[2 * i + 1];
         }
     }
-}
+
+    void ToChroma(const float* r, const float* g, const float* b, float scale, size_t row) {
+        float* outCb = &cb[row * chromaWidth];
+        float* outCr = &cr[row * chromaWidth];
+        for (size_t i = 0; i < chromaWidth; ++i) {
+            outCb[i] = scale * (kCbR * r[i] + kCbG * g[i] + kCbB * b[i]);
+            outCr[i] = scale * (kCrR * r[i] + kCrG * g[i] + kCrB * b[i]);
+        }
+    }
+
+    Layout layout;
+    size_t width;
+    size_t rows;
+    size_t chromaWidth;
+    std::vector<float> red, green, blue;
+    std::vector<float> pairRed, pairGreen, pairBlue;
+    std::vector<float> luma, cb, cr;
+};
 
 // --- Headers ---------------------------------------------------------------
 
@@ -635,8 +703,6 @@ void AppendScanHead(std::vector<uint8_t>& out, const std::vector<Component>& com
 
 // --- The encoder -----------------------------------------------------------
 
-enum class Layout { Gray, Full, Quarter };
-
 struct Encoder {
     const PixelBuffer& pixels;
     Fill fill;
@@ -648,38 +714,29 @@ struct Encoder {
         const int32_t mcu = layout == Layout::Quarter ? 16 : 8;
         const int32_t columns = (pixels.Width() + mcu - 1) / mcu;
         const int32_t mcuRows = (pixels.Height() + mcu - 1) / mcu;
-        Strip strip(columns * mcu, mcu);
+        Strip strip(layout, columns * mcu);
         BitWriter bits(out);
         int predictions[3] = {0, 0, 0};
-        float samples[64];
-        int16_t coefficients[64];
-        const auto code = [&](int component, const std::array<float, 64>& divisors) {
-            TransformBlock(samples, divisors, coefficients);
-            const bool chroma = component > 0;
-            EncodeBlock(bits, coefficients, predictions[component],
-                        chroma ? kChromaDcCodes : kLumaDcCodes,
-                        chroma ? kChromaAcCodes : kLumaAcCodes);
-        };
+        Block block;
         for (int32_t my = 0; my < mcuRows; ++my) {
             strip.Read(pixels, my * mcu, fill);
             for (int32_t mx = 0; mx < columns; ++mx) {
-                const int32_t x = mx * mcu;
                 // Luminance blocks of one MCU go left to right, top to
                 // bottom; then one block of each colour channel.
                 for (int32_t by = 0; by < mcu; by += 8) {
                     for (int32_t bx = 0; bx < mcu; bx += 8) {
-                        LoadLuma(strip, x + bx, by, layout == Layout::Gray, samples);
-                        code(0, lumaDivisors);
+                        TransformBlock(strip.Luma(by, mx * mcu + bx), strip.LumaStride(),
+                                       lumaDivisors, block);
+                        EncodeBlock(bits, block, predictions[0], kLumaDcCodes, kLumaAcCodes);
                     }
                 }
                 if (layout == Layout::Gray) {
                     continue;
                 }
-                const bool quarter = layout == Layout::Quarter;
-                LoadChroma(strip, quarter ? x / 2 : x, quarter, Channel::Cb, samples);
-                code(1, chromaDivisors);
-                LoadChroma(strip, quarter ? x / 2 : x, quarter, Channel::Cr, samples);
-                code(2, chromaDivisors);
+                TransformBlock(strip.Cb(mx * 8), strip.ChromaStride(), chromaDivisors, block);
+                EncodeBlock(bits, block, predictions[1], kChromaDcCodes, kChromaAcCodes);
+                TransformBlock(strip.Cr(mx * 8), strip.ChromaStride(), chromaDivisors, block);
+                EncodeBlock(bits, block, predictions[2], kChromaDcCodes, kChromaAcCodes);
             }
         }
         bits.Finish();
