@@ -1,6 +1,6 @@
 #include "kelvara/image/jpeg/APIJPGWriter.h"
 
-// SaveJPG → Plan (quality → tables, gray or colour, chroma sampling)
+// SaveJPG (quality → tables; gray or colour; chroma sampling)
 //         → SOI, APP0 (JFIF), DQT, SOF0, DHT, SOS
 //         → for each row of MCUs: Strip::Read (flatten onto the fill colour,
 //           replicate the last column and row into the padding, convert to
@@ -591,11 +591,15 @@ private:
     // Sums horizontal pairs of the current row into the pair rows, starting
     // them afresh on the first row of two.
     void AddPairs(bool first) {
-        const float keep = first ? 0.0f : 1.0f;
+        if (first) {
+            std::fill(pairRed.begin(), pairRed.end(), 0.0f);
+            std::fill(pairGreen.begin(), pairGreen.end(), 0.0f);
+            std::fill(pairBlue.begin(), pairBlue.end(), 0.0f);
+        }
         for (size_t i = 0; i < chromaWidth; ++i) {
-            pairRed[i] = keep * pairRed[i] + red[2 * i] + red[2 * i + 1];
-            pairGreen[i] = keep * pairGreen[i] + green[2 * i] + green[2 * i + 1];
-            pairBlue[i] = keep * pairBlue[i] + blue[2 * i] + blue[2 * i + 1];
+            pairRed[i] += red[2 * i] + red[2 * i + 1];
+            pairGreen[i] += green[2 * i] + green[2 * i + 1];
+            pairBlue[i] += blue[2 * i] + blue[2 * i + 1];
         }
     }
 
