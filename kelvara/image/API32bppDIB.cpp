@@ -9,6 +9,7 @@
 #include "kelvara/image/bmp/APIBMPParser.h"
 #include "kelvara/image/gif/APIGIFParser.h"
 #include "kelvara/image/ico/APIICOParser.h"
+#include "kelvara/image/jpeg/APIJPGWriter.h"
 #include "kelvara/image/png/APIPNGParser.h"
 #include "kelvara/image/png/APIPNGWriter.h"
 
@@ -327,6 +328,18 @@ bool API32bppDIB::SaveToFile_GIF(const std::string& FileName, int32_t FillColor,
     std::vector<uint8_t> bytes;
     return handle != 0 && APIGIFParser::SaveToStream(*this, bytes, FillColor, UseTransparency) &&
            WriteFile(FileName, bytes);
+}
+
+bool API32bppDIB::SaveToStream_JPG(std::vector<uint8_t>& Out, uint8_t Quality,
+                                   int32_t FillColor) const {
+    // Without GDI+ our own writer is the only one.
+    return handle != 0 && APIJPGWriter().SaveJPG(*this, Out, Quality, FillColor);
+}
+
+bool API32bppDIB::SaveToFile_JPG(const std::string& FileName, uint8_t Quality,
+                                 int32_t FillColor) const {
+    std::vector<uint8_t> bytes;
+    return SaveToStream_JPG(bytes, Quality, FillColor) && WriteFile(FileName, bytes);
 }
 
 bool API32bppDIB::PngPropertySet(int32_t Property, const Variant& Value,

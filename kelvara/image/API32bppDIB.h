@@ -219,6 +219,14 @@ public:
     bool SaveToStream_GIF(std::vector<uint8_t>& Out, int32_t FillColor = -1,
                           bool UseTransparency = true) const;
 
+    // JPEG keeps no transparency: the picture is flattened onto FillColor,
+    // and a negative one is white. Quality runs from 1 to 100 (0 counts as
+    // 1, above 100 as 100); Out is left alone when the save fails.
+    bool SaveToFile_JPG(const std::string& FileName, uint8_t Quality = 90,
+                        int32_t FillColor = 0xFFFFFF) const;
+    bool SaveToStream_JPG(std::vector<uint8_t>& Out, uint8_t Quality = 90,
+                          int32_t FillColor = 0xFFFFFF) const;
+
     // Properties for the PNG writer (ePngProperties); Property −1 drops all.
     bool PngPropertySet(int32_t Property, const Variant& Value, const std::string& Keyword = "");
     Variant PngPropertyGet(int32_t Property, const std::string& Keyword = "") const;
