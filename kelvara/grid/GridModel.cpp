@@ -251,7 +251,11 @@ void GridModel::EndFill(int32_t xStretchedCol, int32_t xStretchedColOFFSET, bool
                         int32_t xRow) {
     int32_t target = 0;
     if (lastRow >= 0) {
-        sortColumn = -1;
+        if (properties.PreserveSortedColumns && sortColumn != -1) {
+            ReapplySort();
+        } else {
+            sortColumn = -1;
+        }
         target = xRow != -1 ? xRow : (fillRow != -1 ? fillRow : 0);
         if (row != target) {
             SetRow(target);
@@ -296,6 +300,8 @@ void GridModel::Clear() {
     row = -1;
     lastRow = -1;
     topRow = 0;
+    typeSearchText.clear();
+    typeSearchTick = 0;
     RepaintIfRedraw();
     if (userMode) {
         AfterDelete();

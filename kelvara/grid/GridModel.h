@@ -261,6 +261,35 @@ public:
     int32_t RowFirstVisible() const;
     int32_t RowLastVisible() const;
 
+    // --- Sort, filter and search ------------------------------------------------------------
+    // xCol -1 sorts sortColumn again, run through columnOrder; xSortType -1
+    // steps the column's state (unsorted, ascending, descending, unsorted),
+    // otherwise a GRID_SORT_TYPE value.
+    void Sort(int32_t xCol = -1, int32_t xSortType = -1);
+    int32_t SortColumn() const { return sortColumn; }
+    int32_t SortDirection() const { return sortDirection; }
+    // The first row position from StartingRow on that matches, -1 none.
+    // SearchColumn is a column position.
+    int32_t FindItem(std::string_view SearchText, int32_t SearchColumn = -1,
+                     GRID_SEARCH_MODE SearchMode = GRID_SEARCH_MODE::SearchEqual,
+                     bool MatchCase = false, int32_t StartingRow = 0) const;
+    // Hides the rows that do not match. SearchColumn is a column id, -1 every
+    // visible column. MatchCase True compares without case and accents.
+    void FilterOn(std::string_view FilterText, int32_t SearchColumn,
+                  GRID_SEARCH_MODE SearchMode = GRID_SEARCH_MODE::SearchEqual,
+                  bool MatchCase = false, int32_t StartingRow = 0);
+    void FilterOnEx(std::string_view FilterText, int32_t SearchColumn,
+                    GRID_SEARCH_MODE SearchMode = GRID_SEARCH_MODE::SearchEqual,
+                    int32_t StartingRow = 0);
+    void FilterOff(int32_t StartingRow = 0);
+    int32_t GetIndexFromData(int32_t xDataToFind, bool DefaultAsNullResult = false) const;
+    int32_t GetIndexFromCellData(int32_t xDataToFind, int32_t xCol,
+                                 bool DefaultAsNullResult = false) const;
+    // A typed character, when no edit is open: looks for the row whose text
+    // in SearchColumn starts with what was typed within the last second.
+    // True when the cursor moved.
+    bool TypeToSearch(char32_t c);
+
     // --- Total line and range formats --------------------------------------------------
     bool TotalLineShow() const { return properties.TotalLineShow; }
     void SetTotalLineShow(bool value);
@@ -352,6 +381,12 @@ private:
     bool HasRowFlag(int32_t xRow, uint16_t bit) const;
     void WriteDefaultFormat();
 
+    // Sorting.
+    void RunSort(int32_t column, int32_t state);
+    void ReapplySort();
+    void CustomQuickSort(int32_t column, int32_t state);
+    void MoveCursorToAvailable();
+
     // Rows.
     void ClearSelection();
     void ForEachRowFlag(bool onlyVisible, uint16_t bit, int mode);
@@ -387,6 +422,8 @@ private:
     int32_t fillRow = -1;  // the row BeginFill keeps for EndFill
     int32_t defaultRowHeight = 0;
     bool redraw = true;
+    std::string typeSearchText;
+    uint32_t typeSearchTick = 0;
 };
 
 }  // namespace kelvara

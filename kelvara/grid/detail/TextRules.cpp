@@ -101,7 +101,47 @@ double TextToNumber(std::string_view text) {
     return CDbl(ToUtf8(kept), locale).value_or(0.0);
 }
 
+namespace {
+
+// "d/m/yyyy" with day and month of one or two digits and a year of four,
+// under a day-first locale: read directly when the day exists in the month.
+// Any other text, or a day that does not exist (which the parser may read
+// the other way round), goes to the parser.
+std::optional<double> PlainDate(std::string_view text, const Locale& locale) {
+    if (locale.dateOrder != DateOrder::DayMonthYear || locale.dateSeparator.size() != 1) {
+        return std::nullopt;
+    }
+    const char separator = locale.dateSeparator[0];
+    int32_t parts[3] = {0, 0, 0};
+    int digits[3] = {0, 0, 0};
+    int part = 0;
+    for (const char c : text) {
+        if (c >= '0' && c <= '9') {
+            parts[part] = parts[part] * 10 + (c - '0');
+            ++digits[part];
+        } else if (c == separator && part < 2) {
+            ++part;
+        } else {
+            return std::nullopt;
+        }
+    }
+    if (part != 2 || digits[0] < 1 || digits[0] > 2 || digits[1] < 1 || digits[1] > 2 ||
+        digits[2] != 4 || parts[2] < 1000 || parts[1] < 1 || parts[1] > 12 || parts[0] < 1) {
+        return std::nullopt;
+    }
+    const auto date = DateSerial(parts[2], parts[1], parts[0]);
+    if (!date || Day(*date) != parts[0]) {
+        return std::nullopt;
+    }
+    return date->Serial();
+}
+
+}  // namespace
+
 double DateKey(std::string_view text) {
+    if (const auto plain = PlainDate(text, Locale::Current())) {
+        return *plain;
+    }
     if (const auto date = CDate(text)) {
         return date->Serial();
     }
