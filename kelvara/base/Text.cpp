@@ -839,6 +839,22 @@ bool Like(std::string_view text, std::string_view pattern, CompareMethod compare
     return live[tokens.size()] != 0;
 }
 
+std::string RemoveAccents(std::string_view text) {
+    if (std::all_of(text.begin(), text.end(),
+                    [](char b) { return static_cast<unsigned char>(b) < 0x80; })) {
+        return std::string(text);
+    }
+    static const std::u32string kAccented = U"ÀÁÂÃÄÅÇÈÉÊËÌÍÎÏÒÓÔÕÖÙÚÛÜàáâãäåçèéêëìíîïòóôõöùúûü";
+    static const std::u32string kPlain = U"AAAAAACEEEEIIIIOOOOOUUUUaaaaaaceeeeiiiiooooouuuu";
+    std::u32string wide = ToUtf32(text);
+    for (char32_t& c : wide) {
+        if (const size_t at = kAccented.find(c); at != std::u32string::npos) {
+            c = kPlain[at];
+        }
+    }
+    return ToUtf8(wide);
+}
+
 // --- Classes --------------------------------------------------------------------------------
 
 bool IsCharAlpha(char32_t c) {

@@ -68,6 +68,12 @@ int32_t StrComp(std::string_view a, std::string_view b,
 bool Like(std::string_view text, std::string_view pattern,
           CompareMethod compare = CompareMethod::Binary);
 
+// Each accented Latin letter of the validators' table (the acute, grave,
+// circumflex, tilde, diaeresis and ring forms of A E I O U and the cedilla)
+// becomes its plain letter; every other character, Ñ and ý among them, stays.
+// Malformed UTF-8 comes back as U+FFFD per bad byte.
+std::string RemoveAccents(std::string_view text);
+
 // Letter and letter-or-digit tests over all of Unicode.
 bool IsCharAlpha(char32_t c);
 bool IsCharAlphaNumeric(char32_t c);

@@ -424,15 +424,7 @@ bool IsValidFileName(std::string_view xFileName) {
 }
 
 std::string RemoveAccents(std::string_view xString) {
-    static const std::u32string kAccented = U"ÀÁÂÃÄÅÇÈÉÊËÌÍÎÏÒÓÔÕÖÙÚÛÜàáâãäåçèéêëìíîïòóôõöùúûü";
-    static const std::u32string kPlain = U"AAAAAACEEEEIIIIOOOOOUUUUaaaaaaceeeeiiiiooooouuuu";
-    std::u32string text = ToUtf32(xString);
-    for (char32_t& c : text) {
-        if (const size_t at = kAccented.find(c); at != std::u32string::npos) {
-            c = kPlain[at];
-        }
-    }
-    return ToUtf8(text);
+    return kelvara::RemoveAccents(xString);
 }
 
 std::string ReturnNumbersOnly(std::string_view xString) {

@@ -384,6 +384,16 @@ TEST(Text, TrimRemovesOnlySpaces) {
     });
 }
 
+TEST(Text, RemoveAccentsKeepsLettersOutsideItsTable) {
+    ExpectAll({
+        {"RemoveAccents(table)", RemoveAccents("ÀÁÂÃÄÅÇÈÉÊËÌÍÎÏÒÓÔÕÖÙÚÛÜàáâãäåçèéêëìíîïòóôõöùúûü"),
+         "AAAAAACEEEEIIIIOOOOOUUUUaaaaaaceeeeiiiiooooouuuu"},
+        {"RemoveAccents(others)", RemoveAccents("São Ñandú ý ÿ Ø"), "Sao Ñandu ý ÿ Ø"},
+        {"RemoveAccents(ascii)", RemoveAccents("Rua 7, n. 12"), "Rua 7, n. 12"},
+        {"RemoveAccents(malformed)", RemoveAccents("a\xC3é"), "a\uFFFDe"},
+    });
+}
+
 TEST(Text, CharacterClassesCoverAllScripts) {
     struct Case {
         char32_t c;
