@@ -131,18 +131,18 @@ constexpr std::array<uint8_t, 64> kTransposedZigzag = MakeTransposedZigzag();
 
 // A Huffman table as a DHT segment stores it: how many codes have each
 // length from 1 to 16, then the symbols in code order.
-struct HuffmanSpec {
+struct HuffmanTable {
     std::array<uint8_t, 16> counts{};
     std::array<uint8_t, 162> symbols{};
     int symbolCount = 0;
 };
 
-constexpr HuffmanSpec MakeDcSpec(std::array<uint8_t, 16> counts) {
-    HuffmanSpec spec{counts, {}, 12};
+constexpr HuffmanTable MakeDcTable(std::array<uint8_t, 16> counts) {
+    HuffmanTable huffman{counts, {}, 12};
     for (int s = 0; s < 12; ++s) {
-        spec.symbols[s] = static_cast<uint8_t>(s);
+        huffman.symbols[s] = static_cast<uint8_t>(s);
     }
-    return spec;
+    return huffman;
 }
 
 // The AC tables of Annex K.3.2 list their short codes one by one and give a
@@ -153,37 +153,37 @@ constexpr bool IsAcSymbol(int s) {
     return s == 0x00 || s == 0xF0 || (size >= 1 && size <= 10);
 }
 
-constexpr HuffmanSpec MakeAcSpec(std::array<uint8_t, 16> counts,
-                                 std::initializer_list<uint8_t> shortCodes) {
-    HuffmanSpec spec{counts, {}, 0};
+constexpr HuffmanTable MakeAcTable(std::array<uint8_t, 16> counts,
+                                   std::initializer_list<uint8_t> shortCodes) {
+    HuffmanTable huffman{counts, {}, 0};
     for (const uint8_t s : shortCodes) {
-        spec.symbols[spec.symbolCount++] = s;
+        huffman.symbols[huffman.symbolCount++] = s;
     }
     for (int s = 0; s < 256; ++s) {
         if (IsAcSymbol(s) &&
             std::find(shortCodes.begin(), shortCodes.end(), s) == shortCodes.end()) {
-            spec.symbols[spec.symbolCount++] = static_cast<uint8_t>(s);
+            huffman.symbols[huffman.symbolCount++] = static_cast<uint8_t>(s);
         }
     }
-    return spec;
+    return huffman;
 }
 
-constexpr bool Complete(const HuffmanSpec& spec) {
+constexpr bool Complete(const HuffmanTable& huffman) {
     int total = 0;
-    for (const uint8_t n : spec.counts) {
+    for (const uint8_t n : huffman.counts) {
         total += n;
     }
-    return total == spec.symbolCount;
+    return total == huffman.symbolCount;
 }
 
-constexpr HuffmanSpec kLumaDc = MakeDcSpec({0, 1, 5, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0});
-constexpr HuffmanSpec kChromaDc = MakeDcSpec({0, 3, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0});
-constexpr HuffmanSpec kLumaAc =
-    MakeAcSpec({0, 2, 1, 3, 3, 2, 4, 3, 5, 5, 4, 4, 0, 0, 1, 125},
-               {0x01, 0x02, 0x03, 0x00, 0x04, 0x11, 0x05, 0x12, 0x21, 0x31, 0x41, 0x06, 0x13,
-                0x51, 0x61, 0x07, 0x22, 0x71, 0x14, 0x32, 0x81, 0x91, 0xA1, 0x08, 0x23, 0x42,
-                0xB1, 0xC1, 0x15, 0x52, 0xD1, 0xF0, 0x24, 0x33, 0x62, 0x72, 0x82});
-constexpr HuffmanSpec kChromaAc = MakeAcSpec(
+constexpr HuffmanTable kLumaDc = MakeDcTable({0, 1, 5, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0});
+constexpr HuffmanTable kChromaDc = MakeDcTable({0, 3, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0});
+constexpr HuffmanTable kLumaAc =
+    MakeAcTable({0, 2, 1, 3, 3, 2, 4, 3, 5, 5, 4, 4, 0, 0, 1, 125},
+                {0x01, 0x02, 0x03, 0x00, 0x04, 0x11, 0x05, 0x12, 0x21, 0x31, 0x41, 0x06, 0x13,
+                 0x51, 0x61, 0x07, 0x22, 0x71, 0x14, 0x32, 0x81, 0x91, 0xA1, 0x08, 0x23, 0x42,
+                 0xB1, 0xC1, 0x15, 0x52, 0xD1, 0xF0, 0x24, 0x33, 0x62, 0x72, 0x82});
+constexpr HuffmanTable kChromaAc = MakeAcTable(
     {0, 2, 1, 2, 4, 4, 3, 4, 7, 5, 4, 4, 0, 1, 2, 119},
     {0x00, 0x01, 0x02, 0x03, 0x11, 0x04, 0x05, 0x21, 0x31, 0x06, 0x12, 0x41, 0x51, 0x07, 0x61,
      0x71, 0x13, 0x22, 0x32, 0x81, 0x08, 0x14, 0x42, 0x91, 0xA1, 0xB1, 0xC1, 0x09, 0x23, 0x33,
@@ -197,14 +197,14 @@ struct HuffmanCodes {
     std::array<uint8_t, 256> length{};
 };
 
-constexpr HuffmanCodes MakeCodes(const HuffmanSpec& spec) {
+constexpr HuffmanCodes MakeCodes(const HuffmanTable& huffman) {
     HuffmanCodes codes;
     uint32_t code = 0;
     int k = 0;
     for (int length = 1; length <= 16; ++length) {
-        for (int i = 0; i < spec.counts[length - 1]; ++i, ++k, ++code) {
-            codes.code[spec.symbols[k]] = static_cast<uint16_t>(code);
-            codes.length[spec.symbols[k]] = static_cast<uint8_t>(length);
+        for (int i = 0; i < huffman.counts[length - 1]; ++i, ++k, ++code) {
+            codes.code[huffman.symbols[k]] = static_cast<uint16_t>(code);
+            codes.length[huffman.symbols[k]] = static_cast<uint8_t>(length);
         }
         code <<= 1;
     }
@@ -677,21 +677,21 @@ void AppendFrame(std::vector<uint8_t>& out, int32_t width, int32_t height,
 void AppendHuffmanTables(std::vector<uint8_t>& out, bool withChroma) {
     struct Entry {
         uint8_t classAndId;  // 0 DC / 1 AC << 4 | table id
-        const HuffmanSpec* spec;
+        const HuffmanTable* huffman;
     };
     const Entry all[] = {
         {0x00, &kLumaDc}, {0x10, &kLumaAc}, {0x01, &kChromaDc}, {0x11, &kChromaAc}};
     const std::span<const Entry> entries(all, withChroma ? 4 : 2);
     size_t payload = 0;
     for (const Entry& e : entries) {
-        payload += 17 + static_cast<size_t>(e.spec->symbolCount);
+        payload += 17 + static_cast<size_t>(e.huffman->symbolCount);
     }
     AppendSegmentHead(out, Marker::DHT, payload);
     for (const Entry& e : entries) {
         out.push_back(e.classAndId);
-        out.insert(out.end(), e.spec->counts.begin(), e.spec->counts.end());
-        out.insert(out.end(), e.spec->symbols.begin(),
-                   e.spec->symbols.begin() + e.spec->symbolCount);
+        out.insert(out.end(), e.huffman->counts.begin(), e.huffman->counts.end());
+        out.insert(out.end(), e.huffman->symbols.begin(),
+                   e.huffman->symbols.begin() + e.huffman->symbolCount);
     }
 }
 
