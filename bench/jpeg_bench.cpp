@@ -8,6 +8,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "BenchSupport.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <map>
@@ -72,27 +74,7 @@ std::string Key(const Picture& p, int quality, const Encoder& e) {
     return p.name + "/q" + std::to_string(quality) + "/" + e.name;
 }
 
-// Keeps each benchmark's best time for the table at the end.
-class SummaryReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            const bool best = run.run_type == Run::RT_Aggregate && run.aggregate_name == "min";
-            if (run.error_occurred || !(best || run.run_type == Run::RT_Iteration)) {
-                continue;
-            }
-            const std::string& name = run.run_name.function_name;
-            const double time = run.GetAdjustedCPUTime();
-            const auto found = times.find(name);
-            if (found == times.end() || best || time < found->second) {
-                times[name] = time;
-            }
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-
-    std::map<std::string, double> times;  // milliseconds
-};
+using kelvara::bench::SummaryReporter;
 
 }  // namespace
 
