@@ -213,8 +213,8 @@ Result<Header, HuffmanError> ReadHeader(std::span<const uint8_t> block) {
     header.height = detail::ReadLE32Signed(block, 12);
     if (header.width == 0 && header.height == 0) {
         header.surface = false;
-    } else if (header.width >= 1 && header.height >= 1 &&
-               header.width * header.height * 4 == int64_t{header.length}) {
+    } else if (header.width >= 1 && header.height >= 1 && header.length % 4 == 0 &&
+               header.width * header.height == int64_t{header.length / 4}) {
         header.surface = true;
     } else {
         return Fail(HuffmanError::BadSize);

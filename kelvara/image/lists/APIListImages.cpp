@@ -54,9 +54,9 @@ void Place(const PixelBuffer& from, PixelBuffer& to, int32_t x, int32_t y) {
     }
 }
 
-// The part [first, first + count) of a signed size, counted from `from`:
-// 0 means everything from there on, a negative size keeps its sign (a
-// mirror request) and the magnitude is held to what is left.
+// The source size a request comes to within an extent, counting from
+// `from`: 0 means everything from there on, a negative size keeps its sign
+// (a mirror request), and the magnitude is held to what is left.
 int64_t SourceSpan(int32_t requested, int64_t from, int64_t extent) {
     const int64_t left = extent - from;
     if (requested == 0) {
