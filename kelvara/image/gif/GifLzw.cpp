@@ -184,10 +184,14 @@ uint64_t LzwMaxPixels(uint64_t dataBytes, int minCodeSize) {
 
 namespace {
 
+// Deliberate: sub-blocks carry at most 254 bytes, one short of what the
+// format allows; files from this writer have always been cut that way.
+constexpr size_t kMaxSubBlock = 254;
+
 // Packs codes low bit first into sub-blocks written straight into `out`.
 class CodeWriter {
 public:
-    CodeWriter(std::vector<uint8_t>& out, size_t maxBlock) : out(out), maxBlock(maxBlock) {}
+    explicit CodeWriter(std::vector<uint8_t>& out) : out(out) {}
 
     void Write(uint32_t code, int width) {
         buffer |= code << bits;
@@ -217,7 +221,7 @@ private:
             out.push_back(0);
         }
         out.push_back(byte);
-        if (++inBlock == maxBlock) {
+        if (++inBlock == kMaxSubBlock) {
             CloseBlock();
         }
     }
@@ -229,7 +233,6 @@ private:
     }
 
     std::vector<uint8_t>& out;
-    size_t maxBlock;
     size_t lengthAt = 0;
     size_t inBlock = 0;
     uint32_t buffer = 0;
@@ -241,10 +244,8 @@ constexpr int32_t kEmptySlot = -1;
 
 }  // namespace
 
-void LzwEncode(std::span<const uint8_t> pixels, int minCodeSize, std::vector<uint8_t>& out,
-               size_t maxBlock) {
+void LzwEncode(std::span<const uint8_t> pixels, int minCodeSize, std::vector<uint8_t>& out) {
     minCodeSize = std::clamp(minCodeSize, 2, kLzwMinCodeSizeHigh);
-    maxBlock = std::clamp<size_t>(maxBlock, 1, 255);
     const uint32_t clearCode = 1u << minCodeSize;
     const uint32_t endCode = clearCode + 1;
 
@@ -253,7 +254,7 @@ void LzwEncode(std::span<const uint8_t> pixels, int minCodeSize, std::vector<uin
     auto codes = std::make_unique<uint16_t[]>(kHashSlots);
     std::fill_n(keys.get(), kHashSlots, kEmptySlot);
 
-    CodeWriter writer(out, maxBlock);
+    CodeWriter writer(out);
     uint32_t nextFree = clearCode + 2;
     int width = minCodeSize + 1;
     writer.Write(clearCode, width);
