@@ -87,11 +87,21 @@ struct Entry {
     uint32_t length;
 };
 
-// Copies `length` bytes from out[from] to out[to], from < to. The source may
-// run into the destination (an entry that ends with its own first byte), so
-// the copy goes in steps no longer than the distance between them.
-inline void CopyEarlier(uint8_t* out, size_t from, size_t to, size_t length) {
+// Copies `length` bytes from out[from] to out[to], from < to, inside a
+// buffer of `size` bytes. The source may run into the destination (an entry
+// that ends with its own first byte), so the copy goes in steps no longer
+// than the distance between them. Most strings are short: with room to spare
+// they go in whole 8-byte steps, which may write up to 7 bytes past the
+// string; those bytes lie ahead of the output and are written again before
+// anything reads them.
+inline void CopyEarlier(uint8_t* out, size_t size, size_t from, size_t to, size_t length) {
     const size_t distance = to - from;
+    if (distance >= 8 && size - to >= length + 7) {
+        for (size_t i = 0; i < length; i += 8) {
+            std::memcpy(out + to + i, out + from + i, 8);
+        }
+        return;
+    }
     while (length > 0) {
         const size_t step = std::min(length, distance);
         std::memcpy(out + to, out + from, step);
@@ -145,12 +155,12 @@ Result<Done, LzwError> LzwDecode(std::span<const uint8_t> blocks, int minCodeSiz
             // has built them, so this one is in the output already.
             const Entry& entry = table[code];
             length = entry.length;
-            CopyEarlier(pixels, entry.offset, at, std::min(length, total - at));
+            CopyEarlier(pixels, total, entry.offset, at, std::min(length, total - at));
         } else if (code == nextFree && havePrevious) {
             // The entry being built: the previous string and its own first
             // byte, which is where the previous string began.
             length = previousLength + 1;
-            CopyEarlier(pixels, previousAt, at, std::min(length, total - at));
+            CopyEarlier(pixels, total, previousAt, at, std::min(length, total - at));
         } else {
             return Fail(LzwError::BadCode);
         }
