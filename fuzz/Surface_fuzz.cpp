@@ -1,4 +1,4 @@
-// Any bytes through the surface's load dispatch (PNG, ICO, BMP in turn), with
+// Any bytes through the surface's load dispatch (PNG, GIF, ICO, BMP in turn), with
 // the icon choice taken from the input. A loaded surface must keep the
 // premultiplied form and its original bytes must reload to the same pixels.
 

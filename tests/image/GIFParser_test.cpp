@@ -149,15 +149,6 @@ INSTANTIATE_TEST_SUITE_P(
         // No table anywhere.
         CorpusCase{"image-gif/crashtest/issue-96-small-codesize.gif", false, 0, 0, kNone}));
 
-TEST(GIFParser, InterlacedFileGivesTheSamePixelsAsItsPlainTwin) {
-    API32bppDIB plain, interlaced;
-    ASSERT_TRUE(
-        APIGIFParser().LoadStream(ReadFile(kCorpus / "wuffs/hippopotamus.regular.gif"), plain));
-    ASSERT_TRUE(APIGIFParser().LoadStream(ReadFile(kCorpus / "wuffs/hippopotamus.interlaced.gif"),
-                                          interlaced));
-    EXPECT_TRUE(SameBgra(TopDown(interlaced), TopDown(plain), plain.Width()));
-}
-
 // Interlaced files of every height up to two whole groups of eight rows,
 // made by giflib: each pass may be empty or end part way.
 TEST(GIFParser, InterlacedFramesOfEveryHeightMatchGiflib) {
@@ -396,12 +387,6 @@ INSTANTIATE_TEST_SUITE_P(
                  },
                  false, kNothing}),
     [](const ::testing::TestParamInfo<WalkCase>& info) { return std::string(info.param.name); });
-
-TEST(GIFParser, FrameWithoutAnyColourTableFails) {
-    const Bytes file = GifBuilder("GIF89a", 2, 2, {}).Image(2, 2, kTwoByTwo, 2).Trailer().bytes;
-    API32bppDIB surface;
-    EXPECT_FALSE(APIGIFParser().LoadStream(file, surface));
-}
 
 // GIF 87a with the smallest table (two entries).
 TEST(GIFParser, SmallestTableOf87aLoads) {

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <functional>
+#include <random>
 #include <set>
 #include <string>
 #include <vector>
@@ -389,6 +390,39 @@ TEST(GIFWriter, FixedTableMapsToTheNearestEntry) {
         const uint8_t* p = back.Pixels().Pixel(static_cast<int32_t>(i), 0);
         EXPECT_EQ(PackedRgb{p[2]} << 16 | p[1] << 8 | p[0], cases[i].second)
             << std::hex << cases[i].first;
+    }
+}
+
+// The per-cell candidate lists never lose the nearest entry: every colour
+// gets what a search of the whole table gives (the lowest index among
+// equals), for the fixed table, a random one with repeated entries and a
+// table of two.
+TEST(GIFWriter, NearestColourIsTheNearestOfTheWholeTable) {
+    std::mt19937 random(5);
+    std::vector<PackedRgb> randomTable;
+    for (int i = 0; i < 200; ++i) {
+        randomTable.push_back(random() & 0xFFFFFF);
+    }
+    randomTable.insert(randomTable.end(), randomTable.begin(), randomTable.begin() + 20);
+    const std::vector<std::vector<PackedRgb>> tables = {
+        detail::FixedPalette(), randomTable, {0x000000, 0xFFFFFF}};
+    for (const auto& table : tables) {
+        detail::NearestColor nearest(table);
+        for (int i = 0; i < 20000; ++i) {
+            const PackedRgb color = random() & 0xFFFFFF;
+            int best = INT32_MAX;
+            size_t want = 0;
+            for (size_t k = 0; k < table.size(); ++k) {
+                const int dr = detail::RedOf(table[k]) - detail::RedOf(color);
+                const int dg = detail::GreenOf(table[k]) - detail::GreenOf(color);
+                const int db = detail::BlueOf(table[k]) - detail::BlueOf(color);
+                if (dr * dr + dg * dg + db * db < best) {
+                    best = dr * dr + dg * dg + db * db;
+                    want = k;
+                }
+            }
+            ASSERT_EQ(nearest.Find(color), want) << std::hex << color;
+        }
     }
 }
 

@@ -90,28 +90,6 @@ TEST(GifLzw, OneLongRunRoundTripsAndStaysWithinTheSizeBound) {
     EXPECT_GE(LzwMaxPixels(payload, 2), pixels.size());
 }
 
-// Every data sub-block but the last holds exactly the most allowed.
-TEST(GifLzw, SubBlocksAreFullUpToTheLast) {
-    for (const size_t maxBlock : {size_t{254}, size_t{255}, size_t{17}}) {
-        SCOPED_TRACE(maxBlock);
-        Bytes blocks;
-        LzwEncode(Runs(20000, 8, 11), 8, blocks, maxBlock);
-        std::vector<size_t> sizes;
-        size_t at = 0;
-        while (blocks.at(at) != 0) {
-            sizes.push_back(blocks[at]);
-            at += blocks[at] + 1u;
-        }
-        ASSERT_EQ(at + 1, blocks.size());
-        ASSERT_GE(sizes.size(), 2u);
-        for (size_t i = 0; i + 1 < sizes.size(); ++i) {
-            ASSERT_EQ(sizes[i], maxBlock) << "block " << i;
-        }
-        EXPECT_GE(sizes.back(), 1u);
-        EXPECT_LE(sizes.back(), maxBlock);
-    }
-}
-
 // Codes sent as plain pixel values, with a clear code every so often or
 // never: without one the table fills at 4096 and stays full, codes staying
 // 12 bits wide (a "deferred clear"). giflib decodes the same streams.
@@ -130,25 +108,6 @@ TEST(GifLzw, LiteralStreamsWithAndWithoutClearCodesDecodeAsGiflibDoes) {
         ASSERT_TRUE(theirs);
         EXPECT_EQ(theirs->indices, pixels);
     }
-}
-
-TEST(GifLzw, CodeSizeOneDecodes) {
-    const Bytes pixels = {0, 1, 1, 0, 1};
-    EXPECT_EQ(Decode(test::SubBlocks(test::LiteralCodes(pixels, 1)), 1, pixels.size()), pixels);
-}
-
-// Codes after the last pixel are never read, whatever they are.
-TEST(GifLzw, StopsAtTheLastPixel) {
-    test::BitPacker packer;
-    // Clear, three pixels; the table then reaches 8 entries, so the fourth
-    // pixel and the junk after it are four bits wide.
-    for (const uint32_t code : {4u, 1u, 2u, 3u}) {
-        packer.Put(code, 3);
-    }
-    for (const uint32_t code : {1u, 15u, 15u, 15u}) {
-        packer.Put(code, 4);
-    }
-    EXPECT_EQ(Decode(test::SubBlocks(packer.Finish()), 2, 4), (Bytes{1, 2, 3, 1}));
 }
 
 struct FaultCase {
@@ -189,20 +148,6 @@ TEST(GifLzw, CodeSizesOutsideOneToEightFail) {
         EXPECT_TRUE(Decode(blocks, size, 4, &error).empty()) << size;
         EXPECT_EQ(error, LzwError::BadCodeSize) << size;
     }
-}
-
-// A sub-block length that runs past the data is the end of the data.
-TEST(GifLzw, ChainRunningPastTheDataFails) {
-    test::BitPacker packer;
-    for (const uint32_t code : {4u, 1u, 2u, 3u, 1u}) {
-        packer.Put(code, 3);
-    }
-    Bytes blocks = test::SubBlocks(packer.Finish());
-    blocks[0] = 200;
-    blocks.pop_back();
-    LzwError error{};
-    EXPECT_TRUE(Decode(blocks, 2, 5, &error).empty());
-    EXPECT_EQ(error, LzwError::DataEndedEarly);
 }
 
 }  // namespace

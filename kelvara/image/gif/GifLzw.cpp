@@ -87,11 +87,21 @@ struct Entry {
     uint32_t length;
 };
 
-// Copies `length` bytes from out[from] to out[to], from < to. The source may
-// run into the destination (an entry that ends with its own first byte), so
-// the copy goes in steps no longer than the distance between them.
-inline void CopyEarlier(uint8_t* out, size_t from, size_t to, size_t length) {
+// Copies `length` bytes from out[from] to out[to], from < to, inside a
+// buffer of `size` bytes. The source may run into the destination (an entry
+// that ends with its own first byte), so the copy goes in steps no longer
+// than the distance between them. Most strings are short: with room to spare
+// they go in whole 8-byte steps, which may write up to 7 bytes past the
+// string; those bytes lie ahead of the output and are written again before
+// anything reads them.
+inline void CopyEarlier(uint8_t* out, size_t size, size_t from, size_t to, size_t length) {
     const size_t distance = to - from;
+    if (distance >= 8 && size - to >= length + 7) {
+        for (size_t i = 0; i < length; i += 8) {
+            std::memcpy(out + to + i, out + from + i, 8);
+        }
+        return;
+    }
     while (length > 0) {
         const size_t step = std::min(length, distance);
         std::memcpy(out + to, out + from, step);
@@ -145,12 +155,12 @@ Result<Done, LzwError> LzwDecode(std::span<const uint8_t> blocks, int minCodeSiz
             // has built them, so this one is in the output already.
             const Entry& entry = table[code];
             length = entry.length;
-            CopyEarlier(pixels, entry.offset, at, std::min(length, total - at));
+            CopyEarlier(pixels, total, entry.offset, at, std::min(length, total - at));
         } else if (code == nextFree && havePrevious) {
             // The entry being built: the previous string and its own first
             // byte, which is where the previous string began.
             length = previousLength + 1;
-            CopyEarlier(pixels, previousAt, at, std::min(length, total - at));
+            CopyEarlier(pixels, total, previousAt, at, std::min(length, total - at));
         } else {
             return Fail(LzwError::BadCode);
         }
@@ -184,10 +194,14 @@ uint64_t LzwMaxPixels(uint64_t dataBytes, int minCodeSize) {
 
 namespace {
 
+// Deliberate: sub-blocks carry at most 254 bytes, one short of what the
+// format allows; files from this writer have always been cut that way.
+constexpr size_t kMaxSubBlock = 254;
+
 // Packs codes low bit first into sub-blocks written straight into `out`.
 class CodeWriter {
 public:
-    CodeWriter(std::vector<uint8_t>& out, size_t maxBlock) : out(out), maxBlock(maxBlock) {}
+    explicit CodeWriter(std::vector<uint8_t>& out) : out(out) {}
 
     void Write(uint32_t code, int width) {
         buffer |= code << bits;
@@ -217,7 +231,7 @@ private:
             out.push_back(0);
         }
         out.push_back(byte);
-        if (++inBlock == maxBlock) {
+        if (++inBlock == kMaxSubBlock) {
             CloseBlock();
         }
     }
@@ -229,7 +243,6 @@ private:
     }
 
     std::vector<uint8_t>& out;
-    size_t maxBlock;
     size_t lengthAt = 0;
     size_t inBlock = 0;
     uint32_t buffer = 0;
@@ -241,10 +254,8 @@ constexpr int32_t kEmptySlot = -1;
 
 }  // namespace
 
-void LzwEncode(std::span<const uint8_t> pixels, int minCodeSize, std::vector<uint8_t>& out,
-               size_t maxBlock) {
+void LzwEncode(std::span<const uint8_t> pixels, int minCodeSize, std::vector<uint8_t>& out) {
     minCodeSize = std::clamp(minCodeSize, 2, kLzwMinCodeSizeHigh);
-    maxBlock = std::clamp<size_t>(maxBlock, 1, 255);
     const uint32_t clearCode = 1u << minCodeSize;
     const uint32_t endCode = clearCode + 1;
 
@@ -253,7 +264,7 @@ void LzwEncode(std::span<const uint8_t> pixels, int minCodeSize, std::vector<uin
     auto codes = std::make_unique<uint16_t[]>(kHashSlots);
     std::fill_n(keys.get(), kHashSlots, kEmptySlot);
 
-    CodeWriter writer(out, maxBlock);
+    CodeWriter writer(out);
     uint32_t nextFree = clearCode + 2;
     int width = minCodeSize + 1;
     writer.Write(clearCode, width);

@@ -129,10 +129,10 @@ double Spread(const Sums& s) {
 // picture rather than all 256 levels, so that a picture of narrow range (a
 // dark photograph, a pastel drawing) still gets cuts of one or a few levels.
 struct CellMap {
-    std::array<int, 3> low{255, 255, 255};
-    std::array<int, 3> span{1, 1, 1};
+    std::array<std::array<uint8_t, 256>, 3> cells{};  // red, green, blue
 
     explicit CellMap(std::span<const PackedRgb> pixels) {
+        std::array<int, 3> low{255, 255, 255};
         std::array<int, 3> high{0, 0, 0};
         for (const PackedRgb color : pixels) {
             if (color == kTransparentPixel) {
@@ -145,12 +145,13 @@ struct CellMap {
             }
         }
         for (int i = 0; i < 3; ++i) {
-            span[i] = std::max(high[i] - low[i] + 1, 1);
+            const int span = std::max(high[i] - low[i] + 1, 1);
+            for (int v = low[i]; v <= high[i]; ++v) {
+                cells[i][v] = static_cast<uint8_t>((v - low[i]) * (kSide - 1) / span + 1);
+            }
         }
     }
-    int operator()(int channel, int value) const {
-        return (value - low[channel]) * (kSide - 1) / span[channel] + 1;
-    }
+    int operator()(int channel, int value) const { return cells[channel][value]; }
 };
 
 void BuildMoments(std::span<const PackedRgb> pixels, Moments& m) {
@@ -337,6 +338,22 @@ std::vector<PackedRgb> FixedPalette() {
 
 // --- Nearest colour -------------------------------------------------------------------
 
+namespace {
+
+constexpr int kCellBits = 3;  // cells of 8 levels a channel
+constexpr uint32_t kCellsPerAxis = 256 >> kCellBits;
+
+int32_t Square(int32_t v) {
+    return v * v;
+}
+
+int32_t Distance(PackedRgb a, PackedRgb b) {
+    return Square(RedOf(a) - RedOf(b)) + Square(GreenOf(a) - GreenOf(b)) +
+           Square(BlueOf(a) - BlueOf(b));
+}
+
+}  // namespace
+
 // Direct-mapped: a colour's slot holds the last colour that fell there.
 struct NearestColor::Cache {
     static constexpr int kBits = 14;
@@ -344,58 +361,78 @@ struct NearestColor::Cache {
     std::array<uint8_t, 1u << kBits> values{};
 };
 
-NearestColor::NearestColor(std::span<const PackedRgb> palette) : cache(new Cache) {
-    for (size_t i = 0; i < palette.size() && i < 256; ++i) {
-        byGreen.push_back(
-            {GreenOf(palette[i]), RedOf(palette[i]), BlueOf(palette[i]), static_cast<uint8_t>(i)});
-    }
-    std::stable_sort(byGreen.begin(), byGreen.end(),
-                     [](const Candidate& a, const Candidate& b) { return a.green < b.green; });
-}
+NearestColor::NearestColor(std::span<const PackedRgb> palette)
+    : palette(palette.begin(), palette.begin() + std::min<size_t>(palette.size(), 256)),
+      cellLists(kCellsPerAxis * kCellsPerAxis * kCellsPerAxis, -1),
+      cache(new Cache) {}
 
 NearestColor::~NearestColor() = default;
 
+// An entry can be nearest to some colour of the cell only when its least
+// distance to the cell is no more than the greatest distance to the cell of
+// the entry that is furthest from none of it (the smallest such greatest
+// distance). Those entries, in index order, are the cell's list.
+uint32_t NearestColor::CellList(uint32_t cell) {
+    if (cellLists[cell] >= 0) {
+        return static_cast<uint32_t>(cellLists[cell]);
+    }
+    const int32_t low[3] = {static_cast<int32_t>(cell / (kCellsPerAxis * kCellsPerAxis))
+                                << kCellBits,
+                            static_cast<int32_t>(cell / kCellsPerAxis % kCellsPerAxis) << kCellBits,
+                            static_cast<int32_t>(cell % kCellsPerAxis) << kCellBits};
+    constexpr int32_t kSpan = (1 << kCellBits) - 1;
+    std::vector<int32_t> nearest(palette.size());
+    int32_t bound = INT32_MAX;
+    for (size_t i = 0; i < palette.size(); ++i) {
+        const int32_t c[3] = {RedOf(palette[i]), GreenOf(palette[i]), BlueOf(palette[i])};
+        int32_t least = 0, most = 0;
+        for (int k = 0; k < 3; ++k) {
+            const int32_t high = low[k] + kSpan;
+            least += c[k] < low[k] ? Square(low[k] - c[k]) : c[k] > high ? Square(c[k] - high) : 0;
+            most += std::max(Square(c[k] - low[k]), Square(c[k] - high));
+        }
+        nearest[i] = least;
+        bound = std::min(bound, most);
+    }
+    const uint32_t start = static_cast<uint32_t>(candidates.size());
+    candidates.push_back(0);
+    for (size_t i = 0; i < palette.size(); ++i) {
+        if (nearest[i] <= bound) {
+            candidates.push_back(static_cast<uint8_t>(i));
+        }
+    }
+    // At most 256 entries, so the count fits once 256 is written as 0.
+    candidates[start] = static_cast<uint8_t>(candidates.size() - start - 1);
+    cellLists[cell] = static_cast<int32_t>(start);
+    return start;
+}
+
 uint8_t NearestColor::Find(PackedRgb color) {
+    if (palette.empty()) {
+        return 0;
+    }
     const uint32_t slot = (color * 2654435761u) >> (32 - Cache::kBits);
     if (cache->keys[slot] == color + 1) {
         return cache->values[slot];
     }
-    const uint8_t index = Search(color);
-    cache->keys[slot] = color + 1;
-    cache->values[slot] = index;
-    return index;
-}
-
-// The entries sorted by green are searched outwards from the colour's green;
-// each direction stops once green alone is further off than the best so far.
-uint8_t NearestColor::Search(PackedRgb color) const {
-    if (byGreen.empty()) {
-        return 0;
-    }
-    const int32_t r = RedOf(color), g = GreenOf(color), b = BlueOf(color);
-    const size_t start = static_cast<size_t>(
-        std::lower_bound(byGreen.begin(), byGreen.end(), g,
-                         [](const Candidate& c, int32_t green) { return c.green < green; }) -
-        byGreen.begin());
+    const uint32_t cell =
+        ((RedOf(color) >> kCellBits) * kCellsPerAxis + (GreenOf(color) >> kCellBits)) *
+            kCellsPerAxis +
+        (BlueOf(color) >> kCellBits);
+    const uint32_t list = CellList(cell);
+    const size_t count = candidates[list] == 0 ? 256 : candidates[list];
     int32_t best = INT32_MAX;
     uint8_t bestIndex = 0;
-    const auto consider = [&](const Candidate& c) {
-        const int32_t dg = c.green - g;
-        if (dg * dg > best) {
-            return false;
-        }
-        const int32_t dr = c.red - r, db = c.blue - b;
-        const int32_t distance = dr * dr + dg * dg + db * db;
-        if (distance < best || (distance == best && c.index < bestIndex)) {
+    for (size_t i = 1; i <= count; ++i) {
+        const uint8_t index = candidates[list + i];
+        const int32_t distance = Distance(palette[index], color);
+        if (distance < best) {  // the list runs in index order: equals keep the first
             best = distance;
-            bestIndex = c.index;
+            bestIndex = index;
         }
-        return true;
-    };
-    for (size_t i = start; i < byGreen.size() && consider(byGreen[i]); ++i) {
     }
-    for (size_t i = start; i > 0 && consider(byGreen[i - 1]); --i) {
-    }
+    cache->keys[slot] = color + 1;
+    cache->values[slot] = bestIndex;
     return bestIndex;
 }
 

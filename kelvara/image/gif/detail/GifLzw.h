@@ -43,9 +43,9 @@ Result<Done, LzwError> LzwDecode(std::span<const uint8_t> blocks, int minCodeSiz
 // pixels than its data could describe before anything is allocated.
 uint64_t LzwMaxPixels(uint64_t dataBytes, int minCodeSize);
 
-// Appends the pixel values as LZW sub-blocks of at most `maxBlock` bytes,
-// then the 0-length terminator. Values must be below 2^minCodeSize.
-void LzwEncode(std::span<const uint8_t> pixels, int minCodeSize, std::vector<uint8_t>& out,
-               size_t maxBlock = 254);
+// Appends the pixel values as LZW sub-blocks of at most 254 bytes, then the
+// 0-length terminator, with a clear code first and whenever the table is
+// full. Values must be below 2^minCodeSize (2 to 8).
+void LzwEncode(std::span<const uint8_t> pixels, int minCodeSize, std::vector<uint8_t>& out);
 
 }  // namespace kelvara::detail

@@ -41,7 +41,10 @@ std::vector<PackedRgb> AdaptivePalette(std::span<const PackedRgb> pixels, int ma
 std::vector<PackedRgb> FixedPalette();
 
 // The nearest table entry to a colour (squared distance in RGB; the lowest
-// index among equals), remembering recent answers.
+// index among equals). The colour cube is cut into 32 × 32 × 32 cells; the
+// first colour to land in a cell lists the entries that can be nearest to
+// anything in it, and every colour there is then matched against that short
+// list only. Recent answers are remembered as well.
 class NearestColor {
 public:
     explicit NearestColor(std::span<const PackedRgb> palette);
@@ -52,13 +55,12 @@ public:
     uint8_t Find(PackedRgb color);
 
 private:
-    uint8_t Search(PackedRgb color) const;
+    // Where a cell's list starts in `candidates`.
+    uint32_t CellList(uint32_t cell);
 
-    struct Candidate {
-        int32_t green, red, blue;
-        uint8_t index;
-    };
-    std::vector<Candidate> byGreen;
+    std::vector<PackedRgb> palette;
+    std::vector<uint8_t> candidates;  // lists, each led by its length
+    std::vector<int32_t> cellLists;   // −1 until the cell is first met
     struct Cache;
     std::unique_ptr<Cache> cache;
 };
