@@ -323,6 +323,21 @@ public:
                               int32_t ColTo = -1,
                               GRID_ALIGNMENT vAlignment = GRID_ALIGNMENT::AlignToLeftCenter);
 
+    // --- Persistence -------------------------------------------------------------------------
+    // Defaults for a grid just placed on a form, with the light theme.
+    void InitProperties(const GridAmbient& ambient = {});
+    // Resets the cursor, reads every key, then rebuilds the columns from
+    // HeaderFormatString.
+    void ReadProperties(const PropertyBag& bag, const GridAmbient& ambient = {});
+    void WriteProperties(PropertyBag& bag, const GridAmbient& ambient = {}) const;
+    // The property-bag keys in the order they are read.
+    static std::vector<std::string> PropertyKeys();
+    // The stored text, or, when there is none, one built from the columns.
+    std::string HeaderFormatString() const;
+    void SetHeaderFormatString(std::string_view value);
+    // Runs the theme's colour set over the colours.
+    void SetTheme(ENUM_THEME value);
+
     // --- Reading the pool (painting and tests) -------------------------------------------
     const std::vector<GridCellFormat>& FormatPool() const { return formatPool; }
     // The pool index of a cell, -1 when the cell is invalid.
@@ -380,6 +395,9 @@ private:
     void SetRowFlag(int32_t xRow, uint16_t bit, bool value);
     bool HasRowFlag(int32_t xRow, uint16_t bit) const;
     void WriteDefaultFormat();
+
+    // Columns from HeaderFormatString, after ClearAll.
+    void RebuildColumns();
 
     // Sorting.
     void RunSort(int32_t column, int32_t state);
