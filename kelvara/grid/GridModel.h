@@ -358,11 +358,9 @@ private:
     std::optional<CellRef> ValidateCell(int32_t xRow, int32_t xCol) const;
     std::optional<int32_t> ValidatePosition(int32_t xRow) const;
     std::optional<int32_t> ValidateRow(int32_t xRow) const;  // the slot
-    detail::GridCellRecord* CellAt(const CellRef& ref) {
-        return rowRecords.Cells(ref.slot) + ref.col;
-    }
+    detail::GridCellRecord* CellAt(const CellRef& ref) { return &rowRecords.Cell(ref.slot, ref.col); }
     const detail::GridCellRecord* CellAt(const CellRef& ref) const {
-        return rowRecords.Cells(ref.slot) + ref.col;
+        return &rowRecords.Cell(ref.slot, ref.col);
     }
     bool ColumnExists(int32_t xCol) const {
         return xCol >= 0 && xCol < static_cast<int32_t>(columnRecords.size());
