@@ -371,7 +371,7 @@ void GridModel::DeleteRows(DropBy by, bool onlyVisibleRows) {
     const auto columns = static_cast<int32_t>(columnRecords.size());
     const bool totals = properties.TotalLineShow;
     std::vector<int32_t> kept;
-    kept.reserve(static_cast<size_t>(lastRow + 1 - count));
+    kept.reserve(static_cast<size_t>(std::max(0, lastRow + 1 - count)));
     int32_t firstDropped = -1;
     const auto giveBack = [&](int32_t slot, bool subtractTotals) {
         for (int32_t c = 0; c < columns; ++c) {
@@ -458,8 +458,12 @@ void GridModel::DeleteRows(DropBy by, bool onlyVisibleRows) {
     row = std::min(row, lastRow);
     CompactTextsIfWorthIt();
 
-    const int32_t reselect = firstDropped > lastRow ? lastRow : firstDropped;
-    rowRecords.Row(rowOrder[reselect]).Flags |= RowFlag::Selected;
+    // A BeforeDelete handler may have changed the flags since they were
+    // counted, so even here no row may have gone, or every row.
+    if (firstDropped >= 0 && lastRow >= 0) {
+        const int32_t reselect = firstDropped > lastRow ? lastRow : firstDropped;
+        rowRecords.Row(rowOrder[reselect]).Flags |= RowFlag::Selected;
+    }
 
     redraw = redrawWas;
     RepaintIfRedraw();
