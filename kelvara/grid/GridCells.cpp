@@ -167,9 +167,8 @@ void GridModel::SetRowHeight(int32_t xRow, int32_t value) {
         }
         return;
     }
-    GridCellRecord* cells = rowRecords.Cells(*slot);
     for (int32_t c = 0; c < rowRecords.Columns(); ++c) {
-        cells[c].Measured = 0;
+        rowRecords.Cell(*slot, c).Measured = 0;
     }
     rowRecords.Row(*slot).Height = value;
     RepaintIfRedraw();
@@ -224,10 +223,9 @@ void GridModel::SetRowCellsFlag(int32_t xRow, uint16_t bit, bool value) {
     if (!slot) {
         return;
     }
-    GridCellRecord* cells = rowRecords.Cells(*slot);
     for (int32_t c = 0; c < static_cast<int32_t>(columnRecords.size()); ++c) {
         if (columnRecords[c].DataType != GRID_DATA_TYPE::TypeProgressBar) {
-            SetBit(cells[c].Flags, bit, value);
+            SetBit(rowRecords.Cell(*slot, c).Flags, bit, value);
         }
     }
     RepaintIfRedraw();
@@ -310,7 +308,7 @@ void GridModel::SetFormatAttribute(int32_t slot, int32_t xCol, GRID_CELL_FORMAT 
     if (lastRow < 0) {
         return;
     }
-    GridCellRecord& cell = rowRecords.Cells(slot)[xCol];
+    GridCellRecord& cell = rowRecords.Cell(slot, xCol);
     GridCellFormat want = FormatOf(cell);
     switch (which) {
         case GRID_CELL_FORMAT::FormatBackColor:
@@ -628,7 +626,7 @@ void GridModel::SetCellAlignmentForRow(int32_t xRow, GRID_ALIGNMENT xAlignment,
     const int32_t slot = rowOrder[xRow];
     for (const int32_t c : xCols) {
         if (ColumnExists(c)) {
-            StoreAlignment(slot, c, rowRecords.Cells(slot)[c], static_cast<int32_t>(xAlignment));
+            StoreAlignment(slot, c, rowRecords.Cell(slot, c), static_cast<int32_t>(xAlignment));
         }
     }
 }
@@ -656,7 +654,7 @@ void GridModel::SetRowAndFont(int32_t xRow, std::optional<OLE_COLOR> foreColor, 
         if (foreColor) {
             SetFormatAttribute(*slot, c, GRID_CELL_FORMAT::FormatForeColor, look);
         }
-        SetBit(rowRecords.Cells(*slot)[c].Flags, fontBit, fontValue);
+        SetBit(rowRecords.Cell(*slot, c).Flags, fontBit, fontValue);
     }
 }
 

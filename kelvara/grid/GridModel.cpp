@@ -128,7 +128,7 @@ int32_t GridModel::AddColumn(std::string_view xCaption, const GridColumnOptions&
         for (int32_t p = 0; p <= lastRow; ++p) {
             const int32_t slot = rowOrder[p];
             if (wide) {
-                StoreAlignment(slot, n, rowRecords.Cells(slot)[n], alignment);
+                StoreAlignment(slot, n, rowRecords.Cell(slot, n), alignment);
             }
             SetFormatAttribute(slot, n, GRID_CELL_FORMAT::FormatBackColor, look);
             SetFormatAttribute(slot, n, GRID_CELL_FORMAT::FormatForeColor, look);
@@ -178,13 +178,12 @@ int32_t GridModel::AddItem(std::string_view xItem, const GridItemOptions& option
         WriteDefaultFormat();
     }
 
-    GridCellRecord* cells = rowRecords.Cells(slot);
     const bool totals = properties.TotalLineShow;
     size_t at = 0;
     bool parts = !xItem.empty();
     for (int32_t c = 0; c < columns; ++c) {
         const GridColumn& column = columnRecords[c];
-        GridCellRecord& cell = cells[c];
+        GridCellRecord& cell = rowRecords.Cell(slot, c);
         cell = GridCellRecord{};
         cell.Alignment = kNoTextAlignment;
         cell.Flags = column.CellFlagsTemplate;
@@ -372,12 +371,11 @@ void GridModel::DeleteRows(DropBy by, bool onlyVisibleRows) {
     const auto columns = static_cast<int32_t>(columnRecords.size());
     const bool totals = properties.TotalLineShow;
     std::vector<int32_t> kept;
-    kept.reserve(static_cast<size_t>(lastRow + 1 - count));
+    kept.reserve(static_cast<size_t>(std::max(0, lastRow + 1 - count)));
     int32_t firstDropped = -1;
     const auto giveBack = [&](int32_t slot, bool subtractTotals) {
-        GridCellRecord* cells = rowRecords.Cells(slot);
         for (int32_t c = 0; c < columns; ++c) {
-            GridCellRecord& cell = cells[c];
+            GridCellRecord& cell = rowRecords.Cell(slot, c);
             if (cell.FormatIndex > 0 &&
                 cell.FormatIndex < static_cast<int32_t>(formatPool.size())) {
                 --formatPool[cell.FormatIndex].RefCount;
@@ -428,13 +426,14 @@ void GridModel::DeleteRows(DropBy by, bool onlyVisibleRows) {
             continue;
         }
         fresh.Row(to) = rowRecords.Row(from);
-        std::copy_n(rowRecords.Cells(from), columns, fresh.Cells(to));
+        for (int32_t c = 0; c < columns; ++c) {
+            fresh.Cell(to, c) = rowRecords.Cell(from, c);
+        }
         if (auto tag = rowTags.find(from); tag != rowTags.end()) {
             freshRowTags.emplace(to, std::move(tag->second));
         }
-        const GridCellRecord* cells = fresh.Cells(to);
         for (int32_t c = 0; c < columns; ++c) {
-            if (cells[c].Extras == 0) {
+            if (fresh.Cell(to, c).Extras == 0) {
                 continue;
             }
             const uint64_t oldKey = CellKey(from, c);
@@ -459,8 +458,12 @@ void GridModel::DeleteRows(DropBy by, bool onlyVisibleRows) {
     row = std::min(row, lastRow);
     CompactTextsIfWorthIt();
 
-    const int32_t reselect = firstDropped > lastRow ? lastRow : firstDropped;
-    rowRecords.Row(rowOrder[reselect]).Flags |= RowFlag::Selected;
+    // A BeforeDelete handler may have changed the flags since they were
+    // counted, so even here no row may have gone, or every row.
+    if (firstDropped >= 0 && lastRow >= 0) {
+        const int32_t reselect = firstDropped > lastRow ? lastRow : firstDropped;
+        rowRecords.Row(rowOrder[reselect]).Flags |= RowFlag::Selected;
+    }
 
     redraw = redrawWas;
     RepaintIfRedraw();
@@ -476,9 +479,9 @@ void GridModel::CompactTextsIfWorthIt() {
     detail::TextStore fresh;
     const auto columns = static_cast<int32_t>(columnRecords.size());
     for (int64_t slot = 0; slot < rowRecords.Capacity(); ++slot) {
-        GridCellRecord* cells = rowRecords.Cells(static_cast<int32_t>(slot));
         for (int32_t c = 0; c < columns; ++c) {
-            cells[c].Text = fresh.Store(texts.View(cells[c].Text));
+            GridCellRecord& cell = rowRecords.Cell(static_cast<int32_t>(slot), c);
+            cell.Text = fresh.Store(texts.View(cell.Text));
         }
     }
     texts = std::move(fresh);

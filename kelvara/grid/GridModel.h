@@ -323,6 +323,21 @@ public:
                               int32_t ColTo = -1,
                               GRID_ALIGNMENT vAlignment = GRID_ALIGNMENT::AlignToLeftCenter);
 
+    // --- Persistence -------------------------------------------------------------------------
+    // Defaults for a grid just placed on a form, with the light theme.
+    void InitProperties(const GridAmbient& ambient = {});
+    // Resets the cursor, reads every key, then rebuilds the columns from
+    // HeaderFormatString.
+    void ReadProperties(const PropertyBag& bag, const GridAmbient& ambient = {});
+    void WriteProperties(PropertyBag& bag, const GridAmbient& ambient = {}) const;
+    // The property-bag keys in the order they are read.
+    static std::vector<std::string> PropertyKeys();
+    // The stored text, or, when there is none, one built from the columns.
+    std::string HeaderFormatString() const;
+    void SetHeaderFormatString(std::string_view value);
+    // Runs the theme's colour set over the colours.
+    void SetTheme(ENUM_THEME value);
+
     // --- Reading the pool (painting and tests) -------------------------------------------
     const std::vector<GridCellFormat>& FormatPool() const { return formatPool; }
     // The pool index of a cell, -1 when the cell is invalid.
@@ -343,11 +358,9 @@ private:
     std::optional<CellRef> ValidateCell(int32_t xRow, int32_t xCol) const;
     std::optional<int32_t> ValidatePosition(int32_t xRow) const;
     std::optional<int32_t> ValidateRow(int32_t xRow) const;  // the slot
-    detail::GridCellRecord* CellAt(const CellRef& ref) {
-        return rowRecords.Cells(ref.slot) + ref.col;
-    }
+    detail::GridCellRecord* CellAt(const CellRef& ref) { return &rowRecords.Cell(ref.slot, ref.col); }
     const detail::GridCellRecord* CellAt(const CellRef& ref) const {
-        return rowRecords.Cells(ref.slot) + ref.col;
+        return &rowRecords.Cell(ref.slot, ref.col);
     }
     bool ColumnExists(int32_t xCol) const {
         return xCol >= 0 && xCol < static_cast<int32_t>(columnRecords.size());
@@ -380,6 +393,9 @@ private:
     void SetRowFlag(int32_t xRow, uint16_t bit, bool value);
     bool HasRowFlag(int32_t xRow, uint16_t bit) const;
     void WriteDefaultFormat();
+
+    // Columns from HeaderFormatString, after ClearAll.
+    void RebuildColumns();
 
     // Sorting.
     void RunSort(int32_t column, int32_t state);

@@ -110,6 +110,8 @@ struct GridProperties {
     // Runs a theme's colour set over the colours (and ColumnHeaderLines),
     // and stores Theme.
     void ApplyTheme(ENUM_THEME theme);
+
+    friend bool operator==(const GridProperties&, const GridProperties&) = default;
 };
 
 }  // namespace kelvara

@@ -53,6 +53,14 @@ bool ContainsNoCase(std::string_view text, std::string_view needle) {
     return false;
 }
 
+// The runtime's case folding for text compare.
+char32_t Fold(char32_t c) {
+    if (c < 0x80) {
+        return c >= 'A' && c <= 'Z' ? c + 32 : c;
+    }
+    return LCaseChar(UCaseChar(c));
+}
+
 // Uppercases into out, reusing its storage for ASCII text.
 void UpperInto(std::string& out, std::string_view text) {
     if (!IsAscii(text)) {
@@ -78,6 +86,9 @@ public:
         : mode(mode), like(like), needle(std::move(needle)) {
         ascii = IsAscii(this->needle);
         needleLength = Len(this->needle);
+        for (const char32_t c : ToUtf32(this->needle)) {
+            foldedNeedle.push_back(Fold(c));
+        }
         if (mode == GRID_SEARCH_MODE::SearchLike && like == LikeMeaning::Pattern) {
             literal = this->needle.find_first_of("*?#[") == std::string::npos;
             pattern = "*" + this->needle + "*";
@@ -137,13 +148,21 @@ private:
         if (ascii && IsAscii(text)) {
             return ContainsNoCase(text, needle);
         }
-        return InStrRev(text, needle, -1, CompareMethod::Text) > 0;
+        // What a reverse search with text compare finds: the needle,
+        // character by character case-folded, anywhere in the text.
+        scratch = ToUtf32(text);
+        for (char32_t& c : scratch) {
+            c = Fold(c);
+        }
+        return std::u32string_view(scratch).find(foldedNeedle) != std::u32string_view::npos;
     }
 
     GRID_SEARCH_MODE mode;
     LikeMeaning like;
     std::string needle;
     std::string pattern;
+    std::u32string foldedNeedle;
+    mutable std::u32string scratch;
     int32_t needleLength = 0;
     bool ascii = false;
     bool literal = false;
@@ -196,7 +215,7 @@ void GridModel::FilterOn(std::string_view FilterText, int32_t SearchColumn,
     }
     std::string buffer;
     const auto matches = [&](int32_t slot, int32_t c) {
-        std::string_view text = TextOf(rowRecords.Cells(slot)[c]);
+        std::string_view text = TextOf(rowRecords.Cell(slot, c));
         if (MatchCase) {
             text = NormaliseCell(text, buffer);
         }
@@ -293,7 +312,7 @@ int32_t GridModel::FindItem(std::string_view SearchText, int32_t SearchColumn,
     const Matcher matcher(SearchMode, needle, LikeMeaning::Pattern);
     std::string upper;
     for (int32_t p = StartingRow; p <= lastRow; ++p) {
-        std::string_view text = TextOf(rowRecords.Cells(rowOrder[p])[column]);
+        std::string_view text = TextOf(rowRecords.Cell(rowOrder[p], column));
         if (!MatchCase) {
             UpperInto(upper, text);
             text = upper;
@@ -318,7 +337,7 @@ int32_t GridModel::GetIndexFromCellData(int32_t xDataToFind, int32_t xCol,
                                         bool DefaultAsNullResult) const {
     if (ColumnExists(xCol)) {
         for (int32_t p = 0; p <= lastRow; ++p) {
-            if (rowRecords.Cells(rowOrder[p])[xCol].Data == xDataToFind) {
+            if (rowRecords.Cell(rowOrder[p], xCol).Data == xDataToFind) {
                 return p;
             }
         }

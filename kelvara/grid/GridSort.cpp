@@ -290,7 +290,7 @@ void GridModel::RunSort(int32_t column, int32_t state) {
     }
     const bool descending = state == ColumnSort::Descending;
     const auto count = static_cast<size_t>(lastRow + 1);
-    const auto textAt = [&](int32_t slot, int32_t c) { return TextOf(rowRecords.Cells(slot)[c]); };
+    const auto textAt = [&](int32_t slot, int32_t c) { return TextOf(rowRecords.Cell(slot, c)); };
     const auto writeBack = [&](const auto& entries) {
         for (size_t p = 0; p < count; ++p) {
             rowOrder[p] = entries[p].slot;
@@ -309,7 +309,7 @@ void GridModel::RunSort(int32_t column, int32_t state) {
         std::vector<Entry<int32_t>> entries(count);
         for (size_t p = 0; p < count; ++p) {
             const int32_t slot = rowOrder[p];
-            const bool checked = (rowRecords.Cells(slot)[column].Flags & CellFlag::Checked) != 0;
+            const bool checked = (rowRecords.Cell(slot, column).Flags & CellFlag::Checked) != 0;
             entries[p] = {checked ? -1 : 0, slot};
         }
         const auto pivotAt = [&](const auto& all, int32_t mid) -> std::optional<int32_t> {
@@ -375,8 +375,8 @@ void GridModel::CustomQuickSort(int32_t column, int32_t state) {
             // means ascending everywhere else.
             bool ascending = state == ColumnSort::Descending;
             int32_t col = column;
-            std::string value1(TextOf(rowRecords.Cells(rowOrder[i])[column]));
-            std::string value2(TextOf(rowRecords.Cells(rowOrder[lo])[column]));
+            std::string value1(TextOf(rowRecords.Cell(rowOrder[i], column)));
+            std::string value2(TextOf(rowRecords.Cell(rowOrder[lo], column)));
             CustomSort(ascending, col, value1, value2, swap);
             if (static_cast<int32_t>(rowOrder.size()) != rows ||
                 static_cast<int32_t>(columnRecords.size()) <= column) {

@@ -156,7 +156,7 @@ void GridModel::FormatCellsAlignment(int32_t RowFrom, int32_t RowTo, int32_t Col
     for (int32_t p = std::max(RowFrom, 0); p <= rowTo; ++p) {
         const int32_t slot = rowOrder[p];
         for (int32_t c = std::max(ColFrom, 0); c <= colTo; ++c) {
-            StoreAlignment(slot, c, rowRecords.Cells(slot)[c], static_cast<int32_t>(vAlignment));
+            StoreAlignment(slot, c, rowRecords.Cell(slot, c), static_cast<int32_t>(vAlignment));
         }
     }
     RepaintIfRedraw();

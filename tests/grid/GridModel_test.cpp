@@ -387,6 +387,22 @@ TEST(GridModel, CancelledDeletionLeavesRowsAndRedrawOff) {
     EXPECT_FALSE(grid.Redraw());
 }
 
+TEST(GridModel, BeforeDeleteHandlersMayChangeTheFlagsUnderTheDeletion) {
+    for (const bool checkAll : {false, true}) {
+        GridModel grid;
+        AddColumns(grid, {Type::TypeString});
+        AddRows(grid, {"a", "b", "c"});
+        grid.SetRowChecked(1, true);
+        grid.BeforeDelete.Connect([&](int32_t, bool&) {
+            for (int32_t p = 0; p < 3; ++p) {
+                grid.SetRowChecked(p, checkAll);
+            }
+        });
+        grid.DeleteChecked();
+        EXPECT_EQ(grid.Rows(), checkAll ? 0 : 3);
+    }
+}
+
 TEST(GridModel, OnlyVisibleRowsKeepsHiddenCheckedRows) {
     GridModel grid;
     AddColumns(grid, {Type::TypeString});

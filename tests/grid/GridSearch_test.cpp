@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "GridTestSupport.h"
+#include "kelvara/base/Text.h"
 
 namespace kelvara {
 namespace {
@@ -76,6 +79,40 @@ TEST(GridSearch, FilterOnReplacesThePreviousFilterAndAnEmptyOneShowsAll) {
     EXPECT_EQ(Shown(grid), "111");
     grid.FilterOn("b", 0, Mode::SearchEqual, false, 2);
     EXPECT_EQ(Shown(grid), "110");
+}
+
+TEST(GridSearch, FilterLikeFindsWhatAReverseTextSearchFinds) {
+    // Letters whose case folding crosses into ASCII, accents, four-byte and
+    // malformed text: the quick paths must agree with the runtime.
+    const char* const pieces[] = {"a", "S",      "s", "k", "K", "\u212A", "\u017F", "é",
+                                  "É", "\u0130", "i", "ß", "😀", "\xC3",   " ",      "x"};
+    std::mt19937 random(9);
+    const auto text = [&](size_t most) {
+        std::string t;
+        for (size_t n = random() % most; n > 0; --n) {
+            t += pieces[random() % std::size(pieces)];
+        }
+        return t;
+    };
+    GridModel grid;
+    AddColumns(grid, {Type::TypeString});
+    std::vector<std::string> texts;
+    for (int i = 0; i < 300; ++i) {
+        texts.push_back(text(8));
+        grid.AddItem(texts.back());
+    }
+    for (int trial = 0; trial < 200; ++trial) {
+        const std::string needle = text(3);
+        grid.FilterOn(needle, 0, Mode::SearchLike);
+        const std::string trimmed = Trim(needle);
+        for (int32_t p = 0; p < grid.Rows(); ++p) {
+            const bool want =
+                needle.empty() ||
+                (trimmed.empty() ? !texts[p].empty()
+                                 : InStrRev(texts[p], trimmed, -1, CompareMethod::Text) > 0);
+            ASSERT_EQ(grid.RowVisible(p), want) << "\"" << texts[p] << "\" / \"" << needle << "\"";
+        }
+    }
 }
 
 TEST(GridSearch, FilterOnAllColumnsTakesIdsUpToTheVisibleCount) {

@@ -379,6 +379,11 @@ TEST(GridSort, DateKeysReadPlainDatesAsTheParserDoes) {
         const auto date = CDate(text);
         ASSERT_EQ(detail::DateKey(text), date ? date->Serial() : detail::kNoDateKey) << text;
     }
+    // Long runs of digits are no plain date (and must not overflow).
+    EXPECT_EQ(detail::DateKey("01/02/44444444444444444444"), detail::kNoDateKey);
+    EXPECT_EQ(detail::DateKey("0000000001/2/2020"), CDate("0000000001/2/2020")
+                                                        ? CDate("0000000001/2/2020")->Serial()
+                                                        : detail::kNoDateKey);
 }
 
 }  // namespace

@@ -14,8 +14,10 @@ void RowStore::GrowBlock(Block& block, int32_t rows) {
                                                        static_cast<size_t>(columns));
     if (block.capacity > 0) {
         std::copy_n(block.rows.get(), block.capacity, newRows.get());
-        std::copy_n(block.cells.get(), static_cast<size_t>(block.capacity) * columns,
-                    newCells.get());
+        for (int32_t c = 0; c < columns; ++c) {
+            std::copy_n(block.cells.get() + static_cast<size_t>(c) * block.capacity, block.capacity,
+                        newCells.get() + static_cast<size_t>(c) * rows);
+        }
     }
     capacity += rows - block.capacity;
     block.rows = std::move(newRows);
@@ -23,13 +25,18 @@ void RowStore::GrowBlock(Block& block, int32_t rows) {
     block.capacity = rows;
 }
 
+// The first block grows in the steps asked for, so that a small grid stays
+// small; once a grid needs a second block it is big, and every later block
+// comes whole, which spares the copies of growing it.
 void RowStore::Reserve(int64_t rows) {
     while (capacity < rows) {
         if (blocks.empty() || blocks.back().capacity == kBlockRows) {
             blocks.emplace_back();
         }
         const int64_t start = static_cast<int64_t>(blocks.size() - 1) * kBlockRows;
-        GrowBlock(blocks.back(), static_cast<int32_t>(std::min<int64_t>(kBlockRows, rows - start)));
+        const int64_t wanted =
+            blocks.size() == 1 ? std::min<int64_t>(kBlockRows, rows - start) : kBlockRows;
+        GrowBlock(blocks.back(), static_cast<int32_t>(wanted));
     }
 }
 
@@ -42,13 +49,10 @@ void RowStore::Clear() {
 void RowStore::AddColumn(const GridCellRecord& blank) {
     const int32_t wider = columns + 1;
     for (Block& block : blocks) {
-        auto cells =
-            std::make_unique<GridCellRecord[]>(static_cast<size_t>(block.capacity) * wider);
-        for (int32_t r = 0; r < block.capacity; ++r) {
-            GridCellRecord* to = cells.get() + static_cast<size_t>(r) * wider;
-            std::copy_n(block.cells.get() + static_cast<size_t>(r) * columns, columns, to);
-            to[columns] = blank;
-        }
+        const size_t old = static_cast<size_t>(block.capacity) * columns;
+        auto cells = std::make_unique<GridCellRecord[]>(old + block.capacity);
+        std::copy_n(block.cells.get(), old, cells.get());
+        std::fill_n(cells.get() + old, block.capacity, blank);
         block.cells = std::move(cells);
     }
     columns = wider;

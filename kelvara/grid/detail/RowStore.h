@@ -2,9 +2,11 @@
 
 // The row records and their cells, stored by slot. Slots live in blocks of
 // 4,096 rows, each block one array of row records and one array of cells
-// (row after row, one cell per column id), so that growing never copies the
-// rows already stored and a cell is found with a shift and a multiply.
-// Only the last block may be short; it grows by reallocation until full.
+// held column after column, so that growing never copies the rows already
+// stored, a cell is found with a shift and a multiply, and the scans that
+// sorting, filtering and finding make down one column read it densely.
+// Only the first block is ever short: it grows by reallocation, in the steps
+// the grid asks for, until full.
 //
 // A row record takes 16 bytes and a cell 20. What few rows or cells use
 // (tags, pictures, alignments beyond 16 bits) lives in side tables of the
@@ -68,13 +70,13 @@ public:
     const GridRowRecord& Row(int32_t slot) const {
         return blocks[slot >> kBlockShift].rows[slot & (kBlockRows - 1)];
     }
-    // The row's cells, Columns() of them.
-    GridCellRecord* Cells(int32_t slot) {
-        return blocks[slot >> kBlockShift].cells.get() +
-               static_cast<size_t>(slot & (kBlockRows - 1)) * static_cast<size_t>(columns);
+    GridCellRecord& Cell(int32_t slot, int32_t column) {
+        Block& block = blocks[slot >> kBlockShift];
+        return block.cells[static_cast<size_t>(column) * static_cast<size_t>(block.capacity) +
+                           static_cast<size_t>(slot & (kBlockRows - 1))];
     }
-    const GridCellRecord* Cells(int32_t slot) const {
-        return const_cast<RowStore*>(this)->Cells(slot);
+    const GridCellRecord& Cell(int32_t slot, int32_t column) const {
+        return const_cast<RowStore*>(this)->Cell(slot, column);
     }
 
     // Widens every row by one cell, a copy of blank.

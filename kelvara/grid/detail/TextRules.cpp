@@ -117,8 +117,10 @@ std::optional<double> PlainDate(std::string_view text, const Locale& locale) {
     int part = 0;
     for (const char c : text) {
         if (c >= '0' && c <= '9') {
+            if (++digits[part] > 4) {
+                return std::nullopt;
+            }
             parts[part] = parts[part] * 10 + (c - '0');
-            ++digits[part];
         } else if (c == separator && part < 2) {
             ++part;
         } else {
