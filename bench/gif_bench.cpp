@@ -28,6 +28,7 @@
 #include <string>
 #include <vector>
 
+#include "BenchSupport.h"
 #include "kelvara/image/API32bppDIB.h"
 #include "kelvara/image/gif/APIGIFParser.h"
 
@@ -227,27 +228,7 @@ std::vector<Source> WriterSources() {
 
 // --- Runs and the summary --------------------------------------------------------------
 
-// Each benchmark's best time and rate: the least disturbed repetition.
-class SummaryReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            const bool best = run.run_type == Run::RT_Aggregate && run.aggregate_name == "min";
-            if (run.error_occurred || !(best || run.run_type == Run::RT_Iteration)) {
-                continue;
-            }
-            const std::string& name = run.run_name.function_name;
-            const double time = run.GetAdjustedCPUTime();
-            const auto found = times.find(name);
-            if (found == times.end() || best || time < found->second) {
-                times[name] = time;
-            }
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-
-    std::map<std::string, double> times;
-};
+using kelvara::bench::SummaryReporter;
 
 template <typename Fn>
 void Register(const std::string& name, Fn body) {
