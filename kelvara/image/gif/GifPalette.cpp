@@ -23,7 +23,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <new>
 
 namespace kelvara::detail {
