@@ -528,10 +528,25 @@ std::optional<GridModel::CellRef> GridModel::ValidateCell(int32_t xRow, int32_t 
     return CellRef{*position, rowOrder[*position], column};
 }
 
+// Every record, in memory order: records no position names carry no
+// selection that anyone sees, and a sorted grid costs no random reads.
 void GridModel::ClearSelection() {
+    rowRecords.ClearFlagEverywhere(RowFlag::Selected);
+}
+
+std::vector<int32_t> GridModel::SlotsInUse() const {
+    std::vector<uint8_t> used(static_cast<size_t>(rowRecords.Capacity()), 0);
     for (int32_t p = 0; p <= lastRow; ++p) {
-        rowRecords.Row(rowOrder[p]).Flags &= static_cast<uint16_t>(~RowFlag::Selected);
+        used[static_cast<size_t>(rowOrder[p])] = 1;
     }
+    std::vector<int32_t> slots;
+    slots.reserve(static_cast<size_t>(lastRow + 1));
+    for (size_t slot = 0; slot < used.size(); ++slot) {
+        if (used[slot] != 0) {
+            slots.push_back(static_cast<int32_t>(slot));
+        }
+    }
+    return slots;
 }
 
 void GridModel::SetRow(int32_t value) {

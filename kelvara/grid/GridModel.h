@@ -358,7 +358,9 @@ private:
     std::optional<CellRef> ValidateCell(int32_t xRow, int32_t xCol) const;
     std::optional<int32_t> ValidatePosition(int32_t xRow) const;
     std::optional<int32_t> ValidateRow(int32_t xRow) const;  // the slot
-    detail::GridCellRecord* CellAt(const CellRef& ref) { return &rowRecords.Cell(ref.slot, ref.col); }
+    detail::GridCellRecord* CellAt(const CellRef& ref) {
+        return &rowRecords.Cell(ref.slot, ref.col);
+    }
     const detail::GridCellRecord* CellAt(const CellRef& ref) const {
         return &rowRecords.Cell(ref.slot, ref.col);
     }
@@ -405,6 +407,9 @@ private:
 
     // Rows.
     void ClearSelection();
+    // The slots some position names, ascending: the order in which a pass
+    // that treats each row alike reads memory straight through.
+    std::vector<int32_t> SlotsInUse() const;
     void ForEachRowFlag(bool onlyVisible, uint16_t bit, int mode);
     void DeleteRows(DropBy by, bool onlyVisibleRows);
     bool ColumnIsType(int32_t xCol, GRID_DATA_TYPE type) const;

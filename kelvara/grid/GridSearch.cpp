@@ -221,12 +221,11 @@ void GridModel::FilterOn(std::string_view FilterText, int32_t SearchColumn,
         }
         return matcher.Matches(text);
     };
-    for (int32_t p = StartingRow; p <= lastRow; ++p) {
-        const int32_t slot = rowOrder[p];
+    const auto filterRow = [&](int32_t slot) {
         detail::GridRowRecord& record = rowRecords.Row(slot);
         if (!allColumns) {
             record.Visible = columnRecords[SearchColumn].Visible && matches(slot, SearchColumn);
-            continue;
+            return;
         }
         // Deliberate: a row without a match is hidden when the last column
         // of the range is reached; if that column is hidden the row keeps
@@ -242,6 +241,17 @@ void GridModel::FilterOn(std::string_view FilterText, int32_t SearchColumn,
             if (c == last) {
                 record.Visible = false;
             }
+        }
+    };
+    // Every row is judged alone, so a filter of all rows goes in slot order,
+    // straight through memory whatever the sort.
+    if (StartingRow == 0) {
+        for (const int32_t slot : SlotsInUse()) {
+            filterRow(slot);
+        }
+    } else {
+        for (int32_t p = StartingRow; p <= lastRow; ++p) {
+            filterRow(rowOrder[p]);
         }
     }
     ClearSelection();
@@ -260,11 +270,21 @@ void GridModel::FilterOff(int32_t StartingRow) {
         return;
     }
     bool changed = false;
-    for (int32_t p = std::clamp(StartingRow, 0, lastRow); p <= lastRow; ++p) {
-        detail::GridRowRecord& record = rowRecords.Row(rowOrder[p]);
+    const auto show = [&](int32_t slot) {
+        detail::GridRowRecord& record = rowRecords.Row(slot);
         if (!record.Visible) {
             record.Visible = true;
             changed = true;
+        }
+    };
+    const int32_t start = std::clamp(StartingRow, 0, lastRow);
+    if (start == 0) {
+        for (const int32_t slot : SlotsInUse()) {
+            show(slot);
+        }
+    } else {
+        for (int32_t p = start; p <= lastRow; ++p) {
+            show(rowOrder[p]);
         }
     }
     if (!changed) {

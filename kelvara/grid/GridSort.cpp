@@ -299,6 +299,21 @@ void GridModel::RunSort(int32_t column, int32_t state) {
     const auto keyAt = [](const auto& entries, int32_t mid) {
         return std::optional(entries[mid].key);
     };
+    // Keys are worked out in slot order, which reads the column straight
+    // through however the rows are ordered, then laid out by position.
+    const std::vector<int32_t> slots = SlotsInUse();
+    const auto gather = [&](auto makeKey) {
+        using Key = decltype(makeKey(0));
+        std::vector<Key> bySlot(static_cast<size_t>(rowRecords.Capacity()));
+        for (const int32_t slot : slots) {
+            bySlot[static_cast<size_t>(slot)] = makeKey(slot);
+        }
+        std::vector<Entry<Key>> entries(count);
+        for (size_t p = 0; p < count; ++p) {
+            entries[p] = {bySlot[static_cast<size_t>(rowOrder[p])], rowOrder[p]};
+        }
+        return entries;
+    };
 
     if (type == GRID_DATA_TYPE::TypeBoolean) {
         // Deliberate: rows compare by their check flag, but the pivot is
@@ -306,12 +321,10 @@ void GridModel::RunSort(int32_t column, int32_t state) {
         // a Boolean. A Boolean column stores no text from AddItem, and when
         // the text does not read the sort stops where it stands.
         const int32_t pivotColumn = ColumnAt(column);
-        std::vector<Entry<int32_t>> entries(count);
-        for (size_t p = 0; p < count; ++p) {
-            const int32_t slot = rowOrder[p];
-            const bool checked = (rowRecords.Cell(slot, column).Flags & CellFlag::Checked) != 0;
-            entries[p] = {checked ? -1 : 0, slot};
-        }
+        auto entries = gather([&](int32_t slot) {
+            return (rowRecords.Cell(slot, column).Flags & CellFlag::Checked) != 0 ? int32_t{-1}
+                                                                                  : int32_t{0};
+        });
         const auto pivotAt = [&](const auto& all, int32_t mid) -> std::optional<int32_t> {
             if (!ColumnExists(pivotColumn)) {
                 return std::nullopt;
@@ -324,24 +337,18 @@ void GridModel::RunSort(int32_t column, int32_t state) {
         return;
     }
     if (type == GRID_DATA_TYPE::TypeNumeric || type == GRID_DATA_TYPE::TypeDate) {
-        std::vector<Entry<double>> entries(count);
         const bool date = type == GRID_DATA_TYPE::TypeDate;
-        for (size_t p = 0; p < count; ++p) {
-            const int32_t slot = rowOrder[p];
+        auto entries = gather([&](int32_t slot) {
             const std::string_view text = textAt(slot, column);
-            entries[p] = {date ? detail::DateKey(text) : detail::TextToNumber(text), slot};
-        }
+            return date ? detail::DateKey(text) : detail::TextToNumber(text);
+        });
         HoareSort(entries, descending, std::less<double>(), keyAt);
         writeBack(entries);
         return;
     }
     TextKeys keys;
-    std::vector<Entry<TextKey>> entries(count);
     keys.Reserve(texts.LiveBytes() / std::max<size_t>(columnRecords.size(), 1) + count * 8);
-    for (size_t p = 0; p < count; ++p) {
-        const int32_t slot = rowOrder[p];
-        entries[p] = {keys.Add(textAt(slot, column)), slot};
-    }
+    auto entries = gather([&](int32_t slot) { return keys.Add(textAt(slot, column)); });
     const auto less = [&keys](const TextKey& a, const TextKey& b) { return keys.Less(a, b); };
     HoareSort(entries, descending, less, keyAt);
     writeBack(entries);

@@ -58,6 +58,15 @@ void RowStore::AddColumn(const GridCellRecord& blank) {
     columns = wider;
 }
 
+void RowStore::ClearFlagEverywhere(uint16_t bit) {
+    const auto keep = static_cast<uint16_t>(~bit);
+    for (Block& block : blocks) {
+        for (int32_t r = 0; r < block.capacity; ++r) {
+            block.rows[r].Flags &= keep;
+        }
+    }
+}
+
 size_t RowStore::AllocatedBytes() const {
     size_t bytes = blocks.capacity() * sizeof(Block);
     for (const Block& block : blocks) {

@@ -79,6 +79,9 @@ public:
         return const_cast<RowStore*>(this)->Cell(slot, column);
     }
 
+    // Clears a flag bit in every row record the store holds, in use or not.
+    void ClearFlagEverywhere(uint16_t bit);
+
     // Widens every row by one cell, a copy of blank.
     void AddColumn(const GridCellRecord& blank);
 
