@@ -17,7 +17,8 @@ VariantType Variant::Type() const {
     static constexpr VariantType kTypes[] = {
         VariantType::Empty,  VariantType::Null,    VariantType::Boolean,
         VariantType::Byte,   VariantType::Integer, VariantType::Long,
-        VariantType::Double, VariantType::Date,    VariantType::String};
+        VariantType::Double, VariantType::Date,    VariantType::String,
+        VariantType::ByteArray};
     return kTypes[value.index()];
 }
 
@@ -26,7 +27,8 @@ bool Variant::IsNumeric(const Locale& locale) const {
         return CDbl(*text, locale).has_value();
     }
     const VariantType type = Type();
-    return type != VariantType::Null && type != VariantType::Date;
+    return type != VariantType::Null && type != VariantType::Date &&
+           type != VariantType::ByteArray;
 }
 
 std::optional<double> Variant::ToDouble(const Locale& locale) const {
@@ -35,7 +37,7 @@ std::optional<double> Variant::ToDouble(const Locale& locale) const {
             using T = std::decay_t<decltype(v)>;
             if constexpr (std::is_same_v<T, std::monostate>) {
                 return 0.0;
-            } else if constexpr (std::is_same_v<T, NullValue>) {
+            } else if constexpr (std::is_same_v<T, NullValue> || std::is_same_v<T, ByteArray>) {
                 return std::nullopt;
             } else if constexpr (std::is_same_v<T, bool>) {
                 return v ? -1.0 : 0.0;
@@ -60,7 +62,7 @@ std::optional<Date> Variant::ToDate(const Locale& locale) const {
             return date;
         }
     }
-    if (IsNull()) {
+    if (IsNull() || Type() == VariantType::ByteArray) {
         return std::nullopt;
     }
     const auto serial = ToDouble(locale);
@@ -98,7 +100,7 @@ std::optional<std::string> Variant::ToText(const Locale& locale) const {
             using T = std::decay_t<decltype(v)>;
             if constexpr (std::is_same_v<T, std::monostate>) {
                 return std::string();
-            } else if constexpr (std::is_same_v<T, NullValue>) {
+            } else if constexpr (std::is_same_v<T, NullValue> || std::is_same_v<T, ByteArray>) {
                 return std::nullopt;
             } else if constexpr (std::is_same_v<T, bool>) {
                 return v ? locale.trueText : locale.falseText;

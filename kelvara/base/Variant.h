@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "kelvara/base/Date.h"
 #include "kelvara/base/Locale.h"
@@ -24,8 +25,11 @@ enum class VariantType : int32_t {
     Date = 7,
     String = 8,
     Boolean = 11,
-    Byte = 17
+    Byte = 17,
+    ByteArray = 8209  // an array (8192) of Byte: pictures and other binary properties
 };
+
+using ByteArray = std::vector<uint8_t>;
 
 class Variant {
 public:
@@ -38,13 +42,15 @@ public:
     explicit Variant(Date value) : value(value) {}
     explicit Variant(std::string value) : value(std::move(value)) {}
     explicit Variant(const char* value) : value(std::string(value)) {}
+    explicit Variant(ByteArray value) : value(std::move(value)) {}
 
     static Variant Null();
 
     VariantType Type() const;
     bool IsEmpty() const { return Type() == VariantType::Empty; }
     bool IsNull() const { return Type() == VariantType::Null; }
-    // Numbers, Booleans and Empty, or text that reads as a number.
+    // Numbers, Booleans and Empty, or text that reads as a number. A byte
+    // array converts to nothing: no number, date, Boolean or text.
     bool IsNumeric(const Locale& locale = Locale::Current()) const;
 
     // Booleans are -1 and 0, a date is its serial, Empty is 0.
@@ -70,7 +76,7 @@ private:
         friend bool operator==(NullValue, NullValue) = default;
     };
     std::variant<std::monostate, NullValue, bool, uint8_t, int16_t, int32_t, double, Date,
-                 std::string>
+                 std::string, ByteArray>
         value;
 };
 

@@ -33,6 +33,15 @@ TEST(Variant, TypesAndConversionsFollowTheHost) {
     ASSERT_TRUE(date.has_value());
     EXPECT_EQ(*date, *DateSerial(2026, 11, 21));
     EXPECT_EQ(Variant(int32_t{2}).ToDate(pt), Date(2.0));
+
+    // Binary properties convert to nothing, so a picture never reads as 0.
+    const Variant bytes(ByteArray{1, 2, 3});
+    EXPECT_EQ(bytes.Type(), VariantType::ByteArray);
+    EXPECT_FALSE(bytes.IsNumeric(pt));
+    EXPECT_EQ(bytes.ToDouble(pt), std::nullopt);
+    EXPECT_EQ(bytes.ToText(pt), std::nullopt);
+    EXPECT_EQ(bytes.ToBool(pt), std::nullopt);
+    EXPECT_EQ(bytes.ToDate(pt), std::nullopt);
 }
 
 TEST(Format, ChoosesNumberDateOrTextByValueAndPattern) {
