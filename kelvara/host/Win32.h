@@ -232,6 +232,21 @@ inline constexpr uint32_t SPI_GETWORKAREA = 48;
 inline constexpr uint32_t SPI_GETMOUSEHOVERTIME = 102;
 inline constexpr uint32_t SPI_GETWHEELSCROLLLINES = 104;
 
+// GetSysColor indices (a few; every index 0 to 30 has a colour).
+inline constexpr int32_t COLOR_WINDOW = 5;
+inline constexpr int32_t COLOR_WINDOWTEXT = 8;
+inline constexpr int32_t COLOR_HIGHLIGHT = 13;
+inline constexpr int32_t COLOR_HIGHLIGHTTEXT = 14;
+inline constexpr int32_t COLOR_BTNFACE = 15;
+inline constexpr int32_t COLOR_BTNSHADOW = 16;
+inline constexpr int32_t COLOR_GRAYTEXT = 17;
+inline constexpr int32_t COLOR_BTNTEXT = 18;
+inline constexpr int32_t COLOR_BTNHIGHLIGHT = 20;
+inline constexpr int32_t COLOR_3DDKSHADOW = 21;
+inline constexpr int32_t COLOR_INFOTEXT = 23;
+inline constexpr int32_t COLOR_INFOBK = 24;
+inline constexpr int32_t kSystemColorCount = 31;
+
 // RedrawWindow.
 inline constexpr uint32_t RDW_INVALIDATE = 0x0001;
 inline constexpr uint32_t RDW_ERASE = 0x0004;

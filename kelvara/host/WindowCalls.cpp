@@ -668,10 +668,43 @@ void PostQuitMessage(int32_t exitCode) {
     core.quitCode = exitCode;
 }
 
+namespace {
+
+// True when a message filter consumed msg.
+bool Filtered(const MSG& msg) {
+    if (msg.message == WM_QUIT) {
+        return false;
+    }
+    // A copy: a filter may add or remove filters.
+    const auto filters = WindowApi::Core().filters;
+    for (auto it = filters.rbegin(); it != filters.rend(); ++it) {
+        if (it->second(msg)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+int32_t AddMessageFilter(MSGFILTER filter) {
+    auto& core = WindowApi::Core();
+    core.filters.emplace_back(++core.nextFilterId, std::move(filter));
+    return core.nextFilterId;
+}
+
+bool RemoveMessageFilter(int32_t id) {
+    return std::erase_if(WindowApi::Core().filters,
+                         [id](const auto& entry) { return entry.first == id; }) > 0;
+}
+
 bool GetMessage(MSG& msg, HWND filter) {
     auto& core = WindowApi::Core();
     while (true) {
         if (WindowApi::PeekCore(msg, filter, true)) {
+            if (Filtered(msg)) {
+                continue;
+            }
             return msg.message != WM_QUIT;
         }
         if (!core.backend.WaitForInput()) {
@@ -682,7 +715,13 @@ bool GetMessage(MSG& msg, HWND filter) {
 }
 
 bool PeekMessage(MSG& msg, HWND filter, uint32_t remove) {
-    return WindowApi::PeekCore(msg, filter, (remove & PM_REMOVE) != 0);
+    const bool take = (remove & PM_REMOVE) != 0;
+    while (WindowApi::PeekCore(msg, filter, take)) {
+        if (!take || !Filtered(msg)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 bool TranslateMessage(const MSG& msg) {

@@ -203,6 +203,13 @@ void PostQuitMessage(int32_t exitCode);
 // more to give (its script ran out).
 bool GetMessage(MSG& msg, HWND filter = 0);
 bool PeekMessage(MSG& msg, HWND filter = 0, uint32_t remove = PM_REMOVE);
+// A filter sees each message a loop takes (GetMessage, and PeekMessage with
+// PM_REMOVE) before the loop gets it, newest filter first; returning true
+// consumes the message, as a dialog's keyboard handling does. Returns the
+// filter's id.
+using MSGFILTER = std::function<bool(const MSG&)>;
+int32_t AddMessageFilter(MSGFILTER filter);
+bool RemoveMessageFilter(int32_t id);
 // Key presses that make characters post WM_CHAR.
 bool TranslateMessage(const MSG& msg);
 LRESULT DispatchMessage(const MSG& msg);
@@ -253,6 +260,9 @@ uint32_t GetTickCount();
 // SPI_GETWORKAREA (RECT*), SPI_GETMOUSEHOVERTIME and
 // SPI_GETWHEELSCROLLLINES (uint32_t*). False for other actions.
 bool SystemParametersInfo(uint32_t action, uint32_t param, void* out, uint32_t winIni = 0);
+// The classic Windows scheme's colour of a COLOR_ index; black for an index
+// out of range.
+COLORREF GetSysColor(int32_t index);
 std::string GetClipboardText();
 bool SetClipboardText(std::string_view text);
 

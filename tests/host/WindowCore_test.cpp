@@ -396,6 +396,33 @@ TEST_F(WindowCoreTest, KeysTypeCharactersAndSynthesisedKeysQueue) {
     EXPECT_EQ(log.Take(), (Lines{"w:keydown9", "w:char9", "w:keyup9"}));
 }
 
+TEST_F(WindowCoreTest, MessageFiltersConsumeBeforeTheLoopSeesTheMessage) {
+    const HWND w = TopLevel("w", {0, 0, 100, 100});
+    SetFocus(w);
+    log.Take();
+    std::vector<std::string> seen;
+    const int32_t tabs = AddMessageFilter([&](const MSG& m) {
+        if (m.message == WM_KEYDOWN) {
+            seen.push_back("tabs");
+        }
+        return m.message == WM_KEYDOWN && m.wParam == VK_TAB;
+    });
+    const int32_t all = AddMessageFilter([&](const MSG& m) {
+        seen.push_back("all" + std::to_string(m.message));
+        return false;
+    });
+    desktop.Key(VK_TAB);
+    // The consumed key press is never translated, so no character follows.
+    EXPECT_EQ(log.Take(), Lines{"w:keyup9"});
+    // Paints pass through filters as well.
+    EXPECT_EQ(seen, (std::vector<std::string>{"all256", "tabs", "all15", "all257"}));
+    EXPECT_TRUE(RemoveMessageFilter(tabs));
+    EXPECT_FALSE(RemoveMessageFilter(tabs));
+    desktop.Key(VK_TAB);
+    EXPECT_EQ(log.Take(), (Lines{"w:keydown9", "w:char9", "w:keyup9"}));
+    EXPECT_TRUE(RemoveMessageFilter(all));
+}
+
 TEST_F(WindowCoreTest, ModalLoopsTakeTheirInputFromTheScript) {
     int32_t typed = 0;
     const auto modal = [&] {

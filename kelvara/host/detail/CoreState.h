@@ -90,6 +90,8 @@ struct WindowCore::State {
     uint8_t keys[256] = {};
     bool quit = false;
     int32_t quitCode = 0;
+    std::vector<std::pair<int32_t, MSGFILTER>> filters;  // oldest first
+    int32_t nextFilterId = 0;
     // The last button press, for double clicks.
     struct LastClick {
         HWND hwnd = 0;
