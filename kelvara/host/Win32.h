@@ -141,6 +141,9 @@ inline constexpr uint32_t WS_MINIMIZE = 0x20000000;
 inline constexpr uint32_t WS_CHILD = 0x40000000;
 inline constexpr uint32_t WS_POPUP = 0x80000000;
 inline constexpr uint32_t WS_MAXIMIZE = 0x01000000;
+inline constexpr uint32_t WS_BORDER = 0x00800000;
+inline constexpr uint32_t WS_DLGFRAME = 0x00400000;
+inline constexpr uint32_t WS_CAPTION = 0x00C00000;  // WS_BORDER | WS_DLGFRAME
 
 inline constexpr uint32_t WS_EX_TOPMOST = 0x00000008;
 inline constexpr uint32_t WS_EX_TRANSPARENT = 0x00000020;
@@ -211,6 +214,7 @@ inline constexpr int32_t HTTOPRIGHT = 14;
 inline constexpr int32_t HTBOTTOM = 15;
 inline constexpr int32_t HTBOTTOMLEFT = 16;
 inline constexpr int32_t HTBOTTOMRIGHT = 17;
+inline constexpr int32_t HTBORDER = 18;
 inline constexpr int32_t HTCLOSE = 20;
 
 // WM_SYSCOMMAND.

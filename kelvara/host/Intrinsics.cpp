@@ -1,0 +1,7 @@
+#include "kelvara/host/Control.h"
+
+namespace kelvara {
+
+void RegisterIntrinsicControls() {}
+
+}  // namespace kelvara
