@@ -238,6 +238,7 @@ inline constexpr uint32_t SPI_GETWHEELSCROLLLINES = 104;
 
 // GetSysColor indices (a few; every index 0 to 30 has a colour).
 inline constexpr int32_t COLOR_WINDOW = 5;
+inline constexpr int32_t COLOR_WINDOWFRAME = 6;
 inline constexpr int32_t COLOR_WINDOWTEXT = 8;
 inline constexpr int32_t COLOR_HIGHLIGHT = 13;
 inline constexpr int32_t COLOR_HIGHLIGHTTEXT = 14;
