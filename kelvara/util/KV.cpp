@@ -1,7 +1,9 @@
 #include "kelvara/util/KV.h"
 
 #include "kelvara/frame/ColorRoutines.h"
+#include "kelvara/frame/ControlPatterns.h"
 #include "kelvara/frame/DrawGradient.h"
+#include "kelvara/host/WindowCore.h"
 #include "kelvara/util/modExtenso.h"
 #include "kelvara/util/modParsers.h"
 
@@ -70,6 +72,19 @@ void KV::PaintAsGradient(Canvas* xHDC, int32_t XX, int32_t xY, int32_t xWidth, i
 
 int32_t KV::ShiftRGBColor(int32_t xColor, int16_t xShiftValue) {
     return kelvara::ShiftRGBColor(xColor, xShiftValue);
+}
+
+void KV::SetWindowRedraw(HWND xHWND, bool xEnabled) {
+    SendMessage(xHWND, WM_SETREDRAW, xEnabled ? 1 : 0, 0);
+    if (xEnabled) {
+        // 389: invalidate, erase, all children, update now.
+        RedrawWindow(xHWND, nullptr, nullptr,
+                     RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN | RDW_UPDATENOW);
+    }
+}
+
+void KV::SetDefautlToolkitTheme(ENUM_THEME xTheme) {
+    SetDefaultTheme(xTheme);
 }
 
 std::string KV::RemoveAccents(std::string_view xString) {

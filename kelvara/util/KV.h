@@ -13,7 +13,9 @@
 #include <string_view>
 
 #include "kelvara/base/Date.h"
+#include "kelvara/frame/ThemeColor.h"
 #include "kelvara/gfx/Canvas.h"
+#include "kelvara/host/Win32.h"
 #include "kelvara/util/DateFormats.h"
 
 namespace kelvara {
@@ -58,6 +60,13 @@ public:
                                 int32_t xGradientDirection);
     // Adds the shift to each channel, clamped to 0..255; negative darkens.
     static int32_t ShiftRGBColor(int32_t xColor, int16_t xShiftValue);
+
+    // Windows and themes.
+    // Batches a whole window's painting: WM_SETREDRAW 0 stops it; 1 starts
+    // it again and repaints the window and its children at once.
+    static void SetWindowRedraw(HWND xHWND, bool xEnabled);
+    // The theme message boxes use (7, Windows Theme Light, at start).
+    static void SetDefautlToolkitTheme(ENUM_THEME xTheme);
 
     // Amounts in words.
     static std::string CurrencyAsStr(double xValue,

@@ -3,10 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
+#include <vector>
 
+#include "kelvara/backends/headless/HeadlessDesktop.h"
 #include "kelvara/base/Error.h"
 #include "kelvara/base/Locale.h"
+#include "kelvara/frame/ControlPatterns.h"
 #include "kelvara/frame/DrawGradient.h"
+#include "kelvara/host/WindowCore.h"
 
 namespace kelvara {
 namespace {
@@ -413,6 +418,39 @@ TEST(KVColours, PaintAsGradientAndShiftRGBColorAreTheSharedRoutines) {
     }
     EXPECT_EQ(KV::ShiftRGBColor(0x10FF00, 120), 0x88FF78);
     EXPECT_EQ(KV::ShiftRGBColor(static_cast<int32_t>(0x80102030), -0x20), 0x000010);
+}
+
+}  // namespace
+}  // namespace kelvara
+
+namespace kelvara {
+namespace {
+
+TEST(KVWindows, SetWindowRedrawStopsAndRestartsPaintingAtOnce) {
+    HeadlessDesktop desktop;
+    std::vector<std::string> seen;
+    const HWND w = CreateWindowEx(0, "Test", "w", WS_POPUP | WS_VISIBLE, 0, 0, 50, 50, 0,
+                                  [&](HWND h, uint32_t m, WPARAM wp, LPARAM lp) -> LRESULT {
+                                      if (m == WM_SETREDRAW) {
+                                          seen.push_back("setredraw" + std::to_string(wp));
+                                      } else if (m == WM_PAINT) {
+                                          seen.push_back("paint");
+                                      }
+                                      return DefWindowProc(h, m, wp, lp);
+                                  });
+    desktop.Pump();
+    seen.clear();
+    KV::SetWindowRedraw(w, false);
+    EXPECT_EQ(seen, std::vector<std::string>{"setredraw0"});
+    seen.clear();
+    KV::SetWindowRedraw(w, true);
+    EXPECT_EQ(seen, (std::vector<std::string>{"setredraw1", "paint"}));
+}
+
+TEST(KVWindows, SetDefautlToolkitThemeChangesTheMessageBoxTheme) {
+    KV::SetDefautlToolkitTheme(ENUM_THEME::WindowsThemeBlack);
+    EXPECT_EQ(DefaultTheme(), ENUM_THEME::WindowsThemeBlack);
+    KV::SetDefautlToolkitTheme(ENUM_THEME::WindowsThemeLight);
 }
 
 }  // namespace
