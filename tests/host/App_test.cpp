@@ -2,16 +2,22 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <filesystem>
+#include <string>
 
 namespace kelvara {
 namespace {
 
 class AppSettingsTest : public ::testing::Test {
 protected:
+    // Tests may run at once in separate processes: each has its own folder.
     std::filesystem::path folder =
         std::filesystem::temp_directory_path() /
-        ("kelvara-settings-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()));
+        ("kelvara-settings-" +
+         std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()) + "-" +
+         std::to_string(::getpid()));
     void SetUp() override {
         std::filesystem::remove_all(folder);
         App::SetSettingsFolder(folder.string());
