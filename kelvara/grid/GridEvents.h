@@ -8,6 +8,7 @@
 #include <string>
 
 #include "kelvara/base/Event.h"
+#include "kelvara/host/DataObject.h"
 
 namespace kelvara {
 
@@ -43,6 +44,10 @@ struct GridEvents {
     Event<> MouseExit;
     Event<int16_t& /*Button*/, int16_t& /*Shift*/, float& /*X*/, float& /*Y*/> MouseMove;
     Event<int16_t& /*Button*/, int16_t& /*Shift*/, float& /*X*/, float& /*Y*/> MouseUp;
+    // A drop on the control, passed through as it came.
+    Event<DataObject& /*Data*/, int32_t& /*Effect*/, int16_t& /*Button*/, int16_t& /*Shift*/,
+          float& /*X*/, float& /*Y*/>
+        OLEDragDrop;
     Event<int32_t /*Row*/> RequestRowData;
     // The event RowChecked; the plain name belongs to the row property
     // RowChecked(xRow), which C++ cannot share with a data member.

@@ -36,6 +36,7 @@
 #include "kelvara/grid/GridTypes.h"
 #include "kelvara/grid/detail/RowStore.h"
 #include "kelvara/grid/detail/TextStore.h"
+#include "kelvara/host/TaskBarList.h"
 
 namespace kelvara {
 
@@ -323,6 +324,18 @@ public:
                               int32_t ColTo = -1,
                               GRID_ALIGNMENT vAlignment = GRID_ALIGNMENT::AlignToLeftCenter);
 
+    // --- The task bar ---------------------------------------------------------------------
+    // Passed on to a task-bar object made on first use; each returns the
+    // host's result code. The grid's own progress is not tied to them.
+    // Value is a percentage (0 to 100).
+    int32_t TaskBar_SetProgressState(HWND hWnd, int32_t Flags);
+    int32_t TaskBar_SetProgressValue(HWND hWnd, int32_t Value);
+    int32_t TaskBar_SetOverlayIcon(HWND hWnd, std::shared_ptr<const PixelBuffer> hIcon,
+                                   std::string_view Description);
+    int32_t TaskBar_SetThumbnailClip(HWND hWnd, int32_t Left, int32_t Top, int32_t Right,
+                                     int32_t Bottom);
+    int32_t TaskBar_SetThumbnailTooltip(HWND hWnd, std::string_view Tip);
+
     // --- Persistence -------------------------------------------------------------------------
     // Defaults for a grid just placed on a form, with the light theme.
     void InitProperties(const GridAmbient& ambient = {});
@@ -346,6 +359,8 @@ public:
     GridMemory Memory() const;
 
 private:
+    KV_ITaskBarList3& TaskBar();
+    std::unique_ptr<KV_ITaskBarList3> taskBar;
     struct CellRef {
         int32_t position;
         int32_t slot;

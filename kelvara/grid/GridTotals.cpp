@@ -162,4 +162,39 @@ void GridModel::FormatCellsAlignment(int32_t RowFrom, int32_t RowTo, int32_t Col
     RepaintIfRedraw();
 }
 
+// --- The task bar -----------------------------------------------------------------------
+
+KV_ITaskBarList3& GridModel::TaskBar() {
+    if (!taskBar) {
+        taskBar = std::make_unique<KV_ITaskBarList3>();
+    }
+    return *taskBar;
+}
+
+int32_t GridModel::TaskBar_SetProgressState(HWND hWnd, int32_t Flags) {
+    return TaskBar().SetProgressState(hWnd, Flags);
+}
+
+int32_t GridModel::TaskBar_SetProgressValue(HWND hWnd, int32_t Value) {
+    if (Value < 0 || Value > 100) {
+        return E_INVALIDARG;
+    }
+    return TaskBar().SetProgressValue(hWnd, static_cast<uint64_t>(Value), 100);
+}
+
+int32_t GridModel::TaskBar_SetOverlayIcon(HWND hWnd, std::shared_ptr<const PixelBuffer> hIcon,
+                                          std::string_view Description) {
+    return TaskBar().SetOverlayIcon(hWnd, std::move(hIcon), Description);
+}
+
+int32_t GridModel::TaskBar_SetThumbnailClip(HWND hWnd, int32_t Left, int32_t Top, int32_t Right,
+                                            int32_t Bottom) {
+    const RECT clip{Left, Top, Right, Bottom};
+    return TaskBar().SetThumbnailClip(hWnd, &clip);
+}
+
+int32_t GridModel::TaskBar_SetThumbnailTooltip(HWND hWnd, std::string_view Tip) {
+    return TaskBar().SetThumbnailTooltip(hWnd, Tip);
+}
+
 }  // namespace kelvara

@@ -9,6 +9,10 @@
 #include "kelvara/image/ImageTypes.h"
 
 namespace kelvara {
+class Control;
+}
+
+namespace kelvara {
 
 enum class GRID_ALIGNMENT : int32_t {
     AlignToLeftTop = 0,
@@ -134,6 +138,9 @@ inline constexpr uint16_t WordWrap = 256;
 }  // namespace CellFlag
 
 struct GridColumn {
+    // The control that edits the column's cells instead of the grid's own
+    // edit box (set by BindControl); not owned.
+    Control* BoundControl = nullptr;
     float Width = 0.0F;       // twips, as ColWidth
     int32_t WidthPixels = 0;  // Width through the host's scale, truncated
     int32_t Left = 0;         // pixel offset, rewritten by each header pass
