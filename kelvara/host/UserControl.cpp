@@ -2,12 +2,33 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 
 #include "kelvara/base/Text.h"
 #include "kelvara/host/Form.h"
 #include "kelvara/host/WindowCore.h"
 
 namespace kelvara {
+
+namespace {
+
+// Every user control's window, for drops and lookups by window.
+std::map<HWND, UserControl*>& Windows() {
+    static std::map<HWND, UserControl*> windows;
+    return windows;
+}
+
+}  // namespace
+
+UserControl* UserControl::FromWindow(HWND hwnd) {
+    for (HWND h = hwnd; h != 0; h = GetParent(h)) {
+        auto it = Windows().find(h);
+        if (it != Windows().end()) {
+            return it->second;
+        }
+    }
+    return nullptr;
+}
 
 UserControl::UserControl(std::string typeName) : Control(std::move(typeName)) {
     font.SetName("Tahoma");
@@ -29,6 +50,7 @@ void UserControl::OnSited() {
         0, "ThunderUserControl", Name(), WS_CHILD | WS_CLIPSIBLINGS, origin.X + b.Left,
         origin.Y + b.Top, b.Right - b.Left, b.Bottom - b.Top, Container()->ContainerWindow(),
         [this](HWND h, uint32_t m, WPARAM w, LPARAM l) { return WindowProc(h, m, w, l); });
+    Windows()[window] = this;
     font = Container()->ContainerFont();
     surface.SetFont(font);
     surface.SetForeColor(foreColor);
@@ -97,6 +119,7 @@ void UserControl::OnTerminate() {
     controls.Clear();
     if (window != 0) {
         const HWND gone = std::exchange(window, 0);
+        Windows().erase(gone);
         DestroyWindow(gone);
     }
 }

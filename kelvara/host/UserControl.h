@@ -142,11 +142,16 @@ public:
     bool OwnsWindow(HWND hwnd) const override;
     void SetFocus() override;
 
+    // 0 takes no drops; 1 (manual) gets OLEDragOver and OLEDragDrop.
+    int16_t OLEDropMode() const { return oleDropMode; }
+    void SetOLEDropMode(int16_t value) { oleDropMode = value; }
     // Drag and drop arriving from the runtime.
     void DeliverDragOver(DataObject& data, int32_t& effect, int16_t button, int16_t shift,
                          POINT client, int16_t state);
     void DeliverDragDrop(DataObject& data, int32_t& effect, int16_t button, int16_t shift,
                          POINT client);
+    // The user control whose window (or part) this is, or nullptr.
+    static UserControl* FromWindow(HWND hwnd);
 
 protected:
     explicit UserControl(std::string typeName);
@@ -228,6 +233,7 @@ private:
     bool canGetFocus = true;
     bool defaultCancel = false;
     bool displayAsDefault = false;
+    int16_t oleDropMode = 0;
     bool ready = false;  // properties are in; Resize may be raised
     bool shown = false;  // Show raised and Hide not since
     bool terminated = false;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kelvara/backends/headless/HeadlessDesktop.h"
+#include "kelvara/host/DragDrop.h"
 #include "kelvara/host/Form.h"
 #include "kelvara/host/WindowCore.h"
 
@@ -92,6 +93,17 @@ protected:
     }
     void UserControl_MouseUp(int16_t& b, int16_t& s, float& x, float& y) override {
         Add("MouseUp " + Args(b, s, x, y));
+    }
+    void UserControl_OLEDragOver(DataObject& data, int32_t& effect, int16_t&, int16_t&, float& x,
+                                 float& y, int16_t& state) override {
+        Add("OLEDragOver " + std::to_string(state) + " " + std::to_string(static_cast<int>(x)) +
+            "," + std::to_string(static_cast<int>(y)) + " " +
+            data.GetData(vbCFFiles).ToText().value_or(""));
+        effect = vbDropEffectCopy;
+    }
+    void UserControl_OLEDragDrop(DataObject&, int32_t& effect, int16_t&, int16_t&, float&,
+                                 float&) override {
+        Add("OLEDragDrop " + std::to_string(effect));
     }
     static std::string Args(int16_t b, int16_t s, float x, float y) {
         return std::to_string(b) + " " + std::to_string(s) + " " +
@@ -345,6 +357,22 @@ TEST_F(UserControlTest, AModalFormReturnsWhenHidden) {
     EXPECT_FALSE(dialog.Visible());
     EXPECT_TRUE(IsWindowEnabled(owner->hWnd()));
     EXPECT_EQ(desktop.StepsLeft(), 0U);
+}
+
+TEST_F(UserControlTest, DropsReachOnlyControlsThatTakeThem) {
+    auto form = MakeForm();
+    Recorder* a = AddRecorder(*form, "a", {10, 10, 60, 40});
+    AddRecorder(*form, "b", {100, 10, 160, 40});
+    a->SetOLEDropMode(1);
+    form->Show();
+    Take();
+    DataObject data;
+    data.Files = {"/tmp/nota.xml"};
+    EXPECT_EQ(DropData(data, POINT{20, 15}, vbDropEffectCopy | vbDropEffectMove), vbDropEffectCopy);
+    EXPECT_EQ(Take(), (Lines{"a.OLEDragOver 0 10,5 /tmp/nota.xml",
+                             "a.OLEDragOver 2 10,5 /tmp/nota.xml", "a.OLEDragDrop 1"}));
+    EXPECT_EQ(DropData(data, POINT{110, 15}, vbDropEffectCopy), vbDropEffectNone);
+    EXPECT_TRUE(Take().empty());
 }
 
 TEST_F(UserControlTest, AModalFormWithoutInputFailsLoudly) {
