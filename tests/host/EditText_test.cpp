@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -72,140 +71,68 @@ TEST(EditTextModel, SelectionNeverSplitsALineBreakOrLeavesTheText) {
     EXPECT_EQ(ToUtf8(t.Selected()), "\r\n");
 }
 
-// One step of a scripted edit: a caret to put down first (or -1 to keep
-// it), then a change of the selection to a text of a kind.
-struct Step {
-    int32_t caret;
-    int32_t deleteLeft;   // characters before the caret to take away
-    int32_t deleteRight;  // characters after it
-    std::u32string insert;
-    EditKind kind;
-};
-
-Step Type(std::u32string s) {
-    return {-1, 0, 0, std::move(s), EditKind::Typing};
-}
-Step Back() {
-    return {-1, 1, 0, U"", EditKind::Backspace};
-}
-Step Del() {
-    return {-1, 0, 1, U"", EditKind::Delete};
-}
-Step At(int32_t caret, Step s) {
-    s.caret = caret;
-    return s;
-}
-
-void Apply(EditText& t, const std::vector<Step>& steps) {
-    for (const Step& s : steps) {
-        if (s.caret >= 0) {
-            t.Select(s.caret, s.caret);
+// Runs an edit script: a character is typed, "<" is Backspace, ">" is
+// Delete, "|n" puts the caret at n, "{ac}" selects from a to c, "[xy]"
+// pastes xy. Positions are one digit.
+void Apply(EditText& t, std::u32string_view script) {
+    for (size_t i = 0; i < script.size(); ++i) {
+        const char32_t c = script[i];
+        const int32_t start = t.SelStart();
+        const int32_t end = t.SelEnd();
+        const bool empty = start == end;
+        if (c == U'|') {
+            t.Select(script[i + 1] - U'0', script[i + 1] - U'0');
+            i += 1;
+        } else if (c == U'{') {
+            t.Select(script[i + 1] - U'0', script[i + 2] - U'0');
+            i += 3;
+        } else if (c == U'[') {
+            const size_t close = script.find(U']', i);
+            t.Replace(start, end, script.substr(i + 1, close - i - 1), EditKind::Other);
+            i = close;
+        } else if (c == U'<') {
+            t.Replace(empty ? start - 1 : start, end, U"", EditKind::Backspace);
+        } else if (c == U'>') {
+            t.Replace(start, empty ? end + 1 : end, U"", EditKind::Delete);
+        } else {
+            t.Replace(start, end, std::u32string(1, c), EditKind::Typing);
         }
-        int32_t start = t.SelStart();
-        int32_t end = t.SelEnd();
-        if (start == end) {
-            start -= s.deleteLeft;
-            end += s.deleteRight;
-        }
-        t.Replace(start, end, s.insert, s.kind);
     }
 }
 
 TEST(EditTextModel, UndoTakesBackOneGroupedStepAndRedoesIt) {
     struct Case {
-        const char* what;
         std::u32string start;
-        std::vector<Step> steps;
-        std::u32string edited;
-        std::u32string undone;
+        std::u32string script;
+        std::u32string edited, undone;
         int32_t selStart, selEnd;  // after the undo
     } cases[] = {
-        {"typing in a row is one step",
-         U"",
-         {Type(U"a"), Type(U"b"), Type(U"c")},
-         U"abc",
-         U"",
-         0,
-         0},
-        {"moving the caret starts a new step",
-         U"",
-         {Type(U"a"), Type(U"b"), At(1, Type(U"c"))},
-         U"acb",
-         U"ab",
-         1,
-         1},
-        {"backspaces in a row are one step",
-         U"abcd",
-         {At(4, Back()), Back()},
-         U"ab",
-         U"abcd",
-         2,
-         4},
-        {"deletes in a row are one step",
-         U"abcd",
-         {At(0, Del()), Del(), Del()},
-         U"d",
-         U"abcd",
-         0,
-         3},
-        {"typing after backspace is a new step",
-         U"abc",
-         {At(3, Back()), Type(U"x")},
-         U"abx",
-         U"ab",
-         2,
-         2},
-        {"a paste is one step of its own",
-         U"",
-         {Type(U"a"), {-1, 0, 0, U"xyz", EditKind::Other}},
-         U"axyz",
-         U"a",
-         1,
-         1},
-        {"a paste after a paste does not join it",
-         U"",
-         {{-1, 0, 0, U"x", EditKind::Other}, {-1, 0, 0, U"y", EditKind::Other}},
-         U"xy",
-         U"x",
-         1,
-         1},
+        {U"", U"abc", U"abc", U"", 0, 0},                // typing in a row is one step
+        {U"", U"ab|1c", U"acb", U"ab", 1, 1},            // moving the caret starts another
+        {U"abcd", U"|4<<", U"ab", U"abcd", 2, 4},        // backspaces in a row are one
+        {U"abcd", U"|0>>>", U"d", U"abcd", 0, 3},        // so are deletes
+        {U"abc", U"|3<x", U"abx", U"ab", 2, 2},          // typing after backspace is another
+        {U"", U"a[xyz]", U"axyz", U"a", 1, 1},           // a paste is a step of its own
+        {U"", U"[x][y]", U"xy", U"x", 1, 1},             // even after a paste
+        {U"hello", U"{14}xy", U"hxyo", U"hello", 1, 4},  // typing over a selection brings it back
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
+        const std::string what = ToUtf8(c.script);
         EditText t;
         t.SetText(c.start);
-        Apply(t, c.steps);
-        EXPECT_EQ(ToUtf8(t.Text()), ToUtf8(c.edited));
+        Apply(t, c.script);
+        EXPECT_EQ(ToUtf8(t.Text()), ToUtf8(c.edited)) << what;
         ASSERT_TRUE(t.Undo());
-        EXPECT_EQ(ToUtf8(t.Text()), ToUtf8(c.undone));
-        EXPECT_EQ(t.SelStart(), c.selStart);
-        EXPECT_EQ(t.SelEnd(), c.selEnd);
+        EXPECT_EQ(ToUtf8(t.Text()), ToUtf8(c.undone)) << what;
+        EXPECT_EQ(t.SelStart(), c.selStart) << what;
+        EXPECT_EQ(t.SelEnd(), c.selEnd) << what;
         ASSERT_TRUE(t.Undo());
-        EXPECT_EQ(ToUtf8(t.Text()), ToUtf8(c.edited)) << "undo again redoes";
+        EXPECT_EQ(ToUtf8(t.Text()), ToUtf8(c.edited)) << what << ": undo again redoes";
     }
-}
-
-TEST(EditTextModel, TypingOverASelectionUndoesToTheSelectedText) {
     EditText t;
-    t.SetText(U"hello");
-    t.Select(1, 4);
-    Apply(t, {Type(U"x"), Type(U"y")});
-    EXPECT_EQ(ToUtf8(t.Text()), "hxyo");
-    ASSERT_TRUE(t.Undo());
-    EXPECT_EQ(ToUtf8(t.Text()), "hello");
-    EXPECT_EQ(ToUtf8(t.Selected()), "ell");
-}
-
-TEST(EditTextModel, ChangesThatCannotBeUndoneDropTheStep) {
-    EditText t;
-    Apply(t, {Type(U"ab")});
-    EXPECT_TRUE(t.CanUndo());
+    Apply(t, U"ab");
     t.Replace(0, 0, U"x", EditKind::NoUndo);
-    EXPECT_FALSE(t.CanUndo());
-    EXPECT_FALSE(t.Undo());
-    Apply(t, {Type(U"c")});
-    t.SetText(U"new");
-    EXPECT_FALSE(t.CanUndo());
+    EXPECT_FALSE(t.CanUndo()) << "a change that cannot be undone drops the step";
     EXPECT_FALSE(t.Replace(1, 1, U"", EditKind::Other)) << "nothing to change";
 }
 
@@ -292,23 +219,6 @@ TEST(EditLayout, OffsetsFollowKerningAndTabStops) {
     EXPECT_EQ(lines[0].X, (std::vector<int32_t>{0, 10, 17, 27, 40, 50}));
     const auto single = LayOutEditText(FakeMeasurer(), U"A\tV", {false, 0, 0});
     EXPECT_EQ(single[0].X, (std::vector<int32_t>{0, 10, 20, 30})) << "no tab stops";
-}
-
-TEST(EditLayout, PositionsFindTheirLineAndNearestOffset) {
-    const auto lines = LayOutEditText(FakeMeasurer(), U"abc def\r\nx", {true, 40, 0});
-    ASSERT_EQ(lines.size(), 3u);  // "abc " "def" "x"
-    struct Case {
-        int32_t pos, line;
-    } positions[] = {{0, 0}, {3, 0}, {4, 1}, {7, 1}, {8, 1}, {9, 2}, {10, 2}};
-    for (const Case& c : positions) {
-        EXPECT_EQ(LineOfPosition(lines, c.pos), c.line) << "pos " << c.pos;
-    }
-    struct Near {
-        int32_t x, index;
-    } near[] = {{-5, 0}, {0, 0}, {4, 0}, {5, 1}, {14, 1}, {15, 2}, {30, 3}, {39, 4}, {99, 4}};
-    for (const Near& n : near) {
-        EXPECT_EQ(NearestOnLine(lines[0], n.x), n.index) << "x " << n.x;
-    }
 }
 
 }  // namespace
