@@ -192,6 +192,10 @@ void EditControl::State::Paste() {
         return;
     }
     std::u32string clip = ToUtf32(GetClipboardText());
+    // Clipboard text ends at a NUL, as the host's does.
+    if (const size_t nul = clip.find(U'\0'); nul != std::u32string::npos) {
+        clip.resize(nul);
+    }
     if (!MultiLine()) {
         // Deliberate: a single-line box takes the clipboard's first line.
         const size_t end = clip.find_first_of(U"\r\n");
@@ -373,7 +377,8 @@ void EditControl::State::OnChar(char32_t c) {
         default:
             break;
     }
-    if (c < 32 || IsReadOnly()) {
+    const bool notACharacter = c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF);
+    if (c < 32 || notACharacter || IsReadOnly()) {
         return;
     }
     if ((Style() & ES_NUMBER) != 0 && (c < U'0' || c > U'9')) {

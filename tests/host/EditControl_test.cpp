@@ -241,6 +241,12 @@ TEST_F(EditTest, ClipboardKeysCopyCutAndPaste) {
         EXPECT_EQ(edit->Text(), c.want) << c.keys;
         EXPECT_EQ(GetClipboardText(), c.clipboard) << c.keys;
     }
+    Make(ES_AUTOHSCROLL);
+    SetClipboardText(std::string("n\0ul", 4));
+    Keys("Ctrl+V");
+    desktop.Core().InjectChar(0xD800);  // half a UTF-16 pair is no character
+    desktop.Pump();
+    EXPECT_EQ(edit->Text(), "n") << "clipboard text ends at a NUL";
 }
 
 TEST_F(EditTest, UndoTakesBackTheLastStepAndRedoesIt) {
