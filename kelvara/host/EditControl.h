@@ -55,7 +55,8 @@ HWND CreateEditControl(const WindowSpec& spec);
 class EditControl : public std::enable_shared_from_this<EditControl> {
 public:
     // The control of an edit window made by CreateEditControl on the
-    // current core; nullptr for any other window.
+    // current core; nullptr for any other window. The pointer is good while
+    // the window lives.
     static EditControl* FromHandle(HWND hwnd);
 
     ~EditControl();
@@ -127,9 +128,14 @@ public:
     // Multi-line: the top line shown; single-line: the first character
     // shown.
     int32_t FirstVisibleLine() const;
+    // The line a character is on; -1 for the caret's line (or the
+    // selection's first line).
     int32_t LineFromChar(int32_t index) const;
-    // -1 beyond the last line.
+    // The first character of a line; -1 for the caret's line; -1 beyond
+    // the last line.
     int32_t LineIndex(int32_t line) const;
+    // The characters of a line by its number, without its line break (unlike
+    // EM_LINELENGTH, which takes a character index); 0 beyond the last.
     int32_t LineLength(int32_t line) const;
     // The nearest caret position to a client point.
     int32_t CharFromPos(int32_t x, int32_t y) const;
