@@ -131,8 +131,8 @@ public:
     // The line a character is on; -1 for the caret's line (or the
     // selection's first line).
     int32_t LineFromChar(int32_t index) const;
-    // The first character of a line; -1 for the caret's line; -1 beyond
-    // the last line.
+    // The first character of a line (line -1: the caret's line); -1
+    // beyond the last line.
     int32_t LineIndex(int32_t line) const;
     // The characters of a line by its number, without its line break (unlike
     // EM_LINELENGTH, which takes a character index); 0 beyond the last.
