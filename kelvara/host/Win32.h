@@ -343,4 +343,69 @@ struct PAINTSTRUCT {
     RECT rcPaint;
 };
 
+// --- The edit control ---------------------------------------------------------
+// Styles (the low bits of GWL_STYLE).
+inline constexpr uint32_t ES_LEFT = 0x0000;
+inline constexpr uint32_t ES_CENTER = 0x0001;
+inline constexpr uint32_t ES_RIGHT = 0x0002;
+inline constexpr uint32_t ES_MULTILINE = 0x0004;
+inline constexpr uint32_t ES_UPPERCASE = 0x0008;
+inline constexpr uint32_t ES_LOWERCASE = 0x0010;
+inline constexpr uint32_t ES_PASSWORD = 0x0020;
+inline constexpr uint32_t ES_AUTOVSCROLL = 0x0040;
+inline constexpr uint32_t ES_AUTOHSCROLL = 0x0080;
+inline constexpr uint32_t ES_NOHIDESEL = 0x0100;
+inline constexpr uint32_t ES_READONLY = 0x0800;
+inline constexpr uint32_t ES_WANTRETURN = 0x1000;
+inline constexpr uint32_t ES_NUMBER = 0x2000;
+
+// Messages.
+inline constexpr uint32_t EM_GETSEL = 0x00B0;
+inline constexpr uint32_t EM_SETSEL = 0x00B1;
+inline constexpr uint32_t EM_GETRECT = 0x00B2;
+inline constexpr uint32_t EM_LINESCROLL = 0x00B6;
+inline constexpr uint32_t EM_SCROLLCARET = 0x00B7;
+inline constexpr uint32_t EM_GETMODIFY = 0x00B8;
+inline constexpr uint32_t EM_SETMODIFY = 0x00B9;
+inline constexpr uint32_t EM_GETLINECOUNT = 0x00BA;
+inline constexpr uint32_t EM_LINEINDEX = 0x00BB;
+inline constexpr uint32_t EM_LINELENGTH = 0x00C1;
+inline constexpr uint32_t EM_REPLACESEL = 0x00C2;
+inline constexpr uint32_t EM_GETLINE = 0x00C4;
+inline constexpr uint32_t EM_LIMITTEXT = 0x00C5;
+inline constexpr uint32_t EM_SETLIMITTEXT = 0x00C5;
+inline constexpr uint32_t EM_CANUNDO = 0x00C6;
+inline constexpr uint32_t EM_UNDO = 0x00C7;
+inline constexpr uint32_t EM_LINEFROMCHAR = 0x00C9;
+inline constexpr uint32_t EM_SETPASSWORDCHAR = 0x00CC;
+inline constexpr uint32_t EM_EMPTYUNDOBUFFER = 0x00CD;
+inline constexpr uint32_t EM_GETFIRSTVISIBLELINE = 0x00CE;
+inline constexpr uint32_t EM_SETREADONLY = 0x00CF;
+inline constexpr uint32_t EM_GETPASSWORDCHAR = 0x00D2;
+inline constexpr uint32_t EM_SETMARGINS = 0x00D3;
+inline constexpr uint32_t EM_GETMARGINS = 0x00D4;
+inline constexpr uint32_t EM_GETLIMITTEXT = 0x00D5;
+inline constexpr uint32_t EM_POSFROMCHAR = 0x00D6;
+inline constexpr uint32_t EM_CHARFROMPOS = 0x00D7;
+inline constexpr uint32_t WM_CUT = 0x0300;
+inline constexpr uint32_t WM_COPY = 0x0301;
+inline constexpr uint32_t WM_PASTE = 0x0302;
+inline constexpr uint32_t WM_CLEAR = 0x0303;
+inline constexpr uint32_t WM_UNDO = 0x0304;
+
+// EM_SETMARGINS wParam.
+inline constexpr WPARAM EC_LEFTMARGIN = 0x0001;
+inline constexpr WPARAM EC_RIGHTMARGIN = 0x0002;
+inline constexpr WPARAM EC_USEFONTINFO = 0xFFFF;
+
+// Notifications to the parent: WM_COMMAND, HIWORD(wParam) the code,
+// LOWORD(wParam) the control's GWL_ID, lParam the control's window.
+inline constexpr uint16_t EN_SETFOCUS = 0x0100;
+inline constexpr uint16_t EN_KILLFOCUS = 0x0200;
+inline constexpr uint16_t EN_CHANGE = 0x0300;
+inline constexpr uint16_t EN_UPDATE = 0x0400;
+inline constexpr uint16_t EN_MAXTEXT = 0x0501;
+inline constexpr uint16_t EN_HSCROLL = 0x0601;
+inline constexpr uint16_t EN_VSCROLL = 0x0602;
+
 }  // namespace kelvara
