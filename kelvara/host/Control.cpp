@@ -95,6 +95,7 @@ Control* ControlCollection::AddCreated(std::unique_ptr<Control> control, std::st
     c->visible = visible;
     items.push_back(std::move(control));
     if (bag != nullptr) {
+        c->stored = true;
         c->LoadExtender(*bag);
     }
     c->OnSited();

@@ -206,6 +206,9 @@ public:
 
     // Saves the control: the extender's keys, then the control's own.
     void SaveTo(PropertyBag& bag) const;
+    // True for a control that was made from stored properties (a form
+    // file), not by its container's own code.
+    bool Stored() const { return stored; }
 
     // --- What the form asks of a control -----------------------------------
     // True for controls that take the focus by Tab and by clicks.
@@ -278,6 +281,7 @@ private:
     std::string tag;
     bool isDefault = false;
     bool isCancel = false;
+    bool stored = false;
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 };
 

@@ -110,6 +110,9 @@ public:
     bool Visible() const;
     const std::string& Tag() const { return tag; }
     void SetTag(std::string value) { tag = std::move(value); }
+    // Stored keys the form itself does not use, kept so that saving writes
+    // them back as they came.
+    PropertyBag& OtherProperties() { return otherProperties; }
 
     // Outer size and position, in twips.
     float Left() const;
@@ -241,6 +244,7 @@ private:
     ScaleModeConstants scaleMode = ScaleModeConstants::vbTwips;
     int16_t startUpPosition = 3;
     std::string tag;
+    PropertyBag otherProperties;
     RECT initialRect{0, 0, 320, 240};
     int32_t modalDepth = 0;
     bool everShown = false;

@@ -7,6 +7,7 @@
 #include "kelvara/gfx/Region.h"
 #include "kelvara/gfx/TextLayout.h"
 #include "kelvara/host/Form.h"
+#include "kelvara/host/TextBox.h"
 #include "kelvara/host/WindowCore.h"
 #include "kelvara/image/API32bppDIB.h"
 
@@ -22,6 +23,7 @@ void RegisterIntrinsicControls() {
         RegisterControlType("VB.Image", [] { return std::make_unique<Image>(); });
         RegisterControlType("VB.PictureBox", [] { return std::make_unique<PictureBox>(); });
         RegisterControlType("VB.Timer", [] { return std::make_unique<Timer>(); });
+        RegisterControlType("VB.TextBox", [] { return std::make_unique<TextBox>(); });
         return true;
     }();
     (void)registered;
