@@ -199,7 +199,9 @@ struct ConvertOption {
 // Every option of `image convert`: the parser, the check against OUT's
 // format and the help text all read this table.
 const std::array<ConvertOption, 10> kConvertOptions = {{
-    {{"--icon", "WxH[@BITS]"}, AnyFormat, "which icon of an ICO or CUR file to read (32x32@32)"},
+    {{"--icon", "WxH[@BITS]"},
+     AnyFormat,
+     "which icon of an ICO or CUR file to read; 32x32@32 without it"},
     {{"--background", "RRGGBB"},
      AnyFormat,
      "colour laid under transparency: PNG, BMP and JPEG are flattened onto it\n"
@@ -212,11 +214,12 @@ const std::array<ConvertOption, 10> kConvertOptions = {{
      "auto takes 444 from quality 90 up"},
     {{"--palette", "adaptive|fixed"},
      Gif,
-     "colours chosen from the picture, or a fixed table of 251 (adaptive)"},
+     "adaptive: colours chosen from the picture; fixed: a table of 251\n"
+     "colours; adaptive without it"},
     {{"--tolerance", "N"},
      Gif,
-     "pixels with alpha below N (0 to 256) become transparent; 0 keeps\n"
-     "none (128)"},
+     "pixels with alpha below N (0 to 256) become transparent, with 0 none;\n"
+     "128 without it"},
     {{"--alpha", ""}, Bmp, "32-bit bitmap that keeps transparency (else 24-bit)"},
     {{"--text", "KEY=VALUE", true},
      Png,

@@ -75,121 +75,92 @@ Bytes PixelsOf(const API32bppDIB& surface) {
 
 // --- convert ----------------------------------------------------------------
 
+// What the library writes for a request when called directly.
+using Writer = std::function<bool(API32bppDIB&, Bytes&)>;
+
+Writer Png(int32_t fill) {
+    return [=](API32bppDIB& s, Bytes& b) { return s.SaveToStream_PNG(b, fill); };
+}
+Writer Jpeg(uint8_t quality, int32_t fill, JpegChroma chroma = JpegChroma::Auto) {
+    return [=](API32bppDIB& s, Bytes& b) {
+        APIJPGWriter writer;
+        writer.SetChroma(chroma);
+        return writer.SaveJPG(s, b, quality, fill);
+    };
+}
+Writer Gif(bool adaptive, int32_t tolerance) {
+    return [=](API32bppDIB& s, Bytes& b) {
+        return APIGIFParser().SaveAsGIF("", b, s, adaptive, tolerance);
+    };
+}
+Writer GifOver(int32_t fill, bool transparency) {
+    return [=](API32bppDIB& s, Bytes& b) { return s.SaveToStream_GIF(b, fill, transparency); };
+}
+Writer Bmp(int32_t fill, bool alpha) {
+    return [=](API32bppDIB& s, Bytes& b) { return s.SaveToStream_Bitmap(b, fill, alpha); };
+}
+Writer PngWithProperties() {
+    return [](API32bppDIB& s, Bytes& b) {
+        const Date when(DateSerial(2026, 11, 21)->Serial() + TimeSerial(10, 30, 0)->Serial());
+        return s.PngPropertySet(1, Variant("Logo")) &&
+               s.PngPropertySet(1024, Variant("scan 3"), "Origin") &&
+               s.PngPropertySet(2048, Variant(when)) &&
+               s.PngPropertySet(4096, Variant(int32_t{0x996633})) && s.SaveToStream_PNG(b, -1);
+    };
+}
+
 struct ConvertCase {
     const char* name;
-    const char* source;  // under tests/data/images
-    const char* out;     // file name written
+    const char* out;  // file name written; its extension chooses the format
     std::vector<std::string> options;
     const char* printedFormat;
-    // What the library writes for this request when called directly.
-    std::function<bool(API32bppDIB&, Bytes&)> write;
-    int32_t iconSide = 0;  // the icon the expected picture is read with
+    Writer write;
+    const char* source = "pngsuite/basn6a08.png";  // 32x32, partly transparent
+    int32_t iconSide = 0;                          // the icon the expected picture is read with
 };
 
+// Colours go in as RRGGBB and reach the writers as 0x00BBGGRR.
 const std::vector<ConvertCase>& ConvertCases() {
     static const std::vector<ConvertCase> cases = {
-        {"PngAsIs",
-         "pngsuite/basn6a08.png",
-         "a.png",
-         {},
-         "PNG",
-         [](API32bppDIB& s, Bytes& b) { return s.SaveToStream_PNG(b, -1); }},
-        {"PngFlattenedOntoRed",
-         "pngsuite/basn6a08.png",
-         "a.png",
-         {"--background", "ff0000"},
-         "PNG",
-         [](API32bppDIB& s, Bytes& b) { return s.SaveToStream_PNG(b, 0x0000FF); }},
+        {"PngAsIs", "a.png", {}, "PNG", Png(-1)},
+        {"PngFlattenedOntoRed", "a.png", {"--background", "ff0000"}, "PNG", Png(0x0000FF)},
         {"PngWithProperties",
-         "pngsuite/basn6a08.png",
          "a.PNG",
          {"--text", "title=Logo", "--text=Origin=scan 3", "--modified", "21/11/2026 10:30:00",
           "--viewer-background", "#336699"},
          "PNG",
-         [](API32bppDIB& s, Bytes& b) {
-             const Date when(DateSerial(2026, 11, 21)->Serial() + TimeSerial(10, 30, 0)->Serial());
-             return s.PngPropertySet(1, Variant("Logo")) &&
-                    s.PngPropertySet(1024, Variant("scan 3"), "Origin") &&
-                    s.PngPropertySet(2048, Variant(when)) &&
-                    s.PngPropertySet(4096, Variant(int32_t{0x996633})) && s.SaveToStream_PNG(b, -1);
-         }},
-        {"JpegDefaults",
-         "pngsuite/basn6a08.png",
-         "a.jpg",
-         {},
-         "JPEG",
-         [](API32bppDIB& s, Bytes& b) { return s.SaveToStream_JPG(b, 90, 0xFFFFFF); }},
+         PngWithProperties()},
+        {"JpegDefaults", "a.jpg", {}, "JPEG", Jpeg(90, 0xFFFFFF)},
         {"JpegQualityAndFill",
-         "pngsuite/basn6a08.png",
          "a.jpeg",
          {"--quality", "35", "--background", "102030"},
          "JPEG",
-         [](API32bppDIB& s, Bytes& b) { return s.SaveToStream_JPG(b, 35, 0x302010); }},
+         Jpeg(35, 0x302010)},
         {"JpegQuarterChroma",
-         "pngsuite/basn2c08.png",
          "a.jpg",
          {"--chroma", "420", "--quality", "95"},
          "JPEG",
-         [](API32bppDIB& s, Bytes& b) {
-             APIJPGWriter writer;
-             writer.SetChroma(JpegChroma::Quarter);
-             return writer.SaveJPG(s, b, 95, 0xFFFFFF);
-         }},
-        {"GifDefaults",
-         "pngsuite/basn6a08.png",
-         "a.gif",
-         {},
-         "GIF",
-         [](API32bppDIB& s, Bytes& b) { return APIGIFParser().SaveAsGIF("", b, s, true, 128); }},
+         Jpeg(95, 0xFFFFFF, JpegChroma::Quarter)},
+        {"GifDefaults", "a.gif", {}, "GIF", Gif(true, 128)},
         {"GifFixedPaletteLowTolerance",
-         "pngsuite/basn6a08.png",
          "a.gif",
          {"--palette", "FIXED", "--tolerance", "1"},
          "GIF",
-         [](API32bppDIB& s, Bytes& b) { return APIGIFParser().SaveAsGIF("", b, s, false, 1); }},
+         Gif(false, 1)},
         {"GifOpaqueOverGreen",
-         "pngsuite/basn6a08.png",
          "a.gif",
          {"--background", "00ff00", "--tolerance", "0"},
          "GIF",
-         [](API32bppDIB& s, Bytes& b) { return s.SaveToStream_GIF(b, 0x00FF00, false); }},
+         GifOver(0x00FF00, false)},
         {"GifOverGreenKeepsTransparency",
-         "pngsuite/basn6a08.png",
          "a.gif",
          {"--background", "00ff00"},
          "GIF",
-         [](API32bppDIB& s, Bytes& b) { return s.SaveToStream_GIF(b, 0x00FF00, true); }},
-        {"BmpDefaults",
-         "pngsuite/basn6a08.png",
-         "a.bmp",
-         {},
-         "BMP",
-         [](API32bppDIB& s, Bytes& b) { return s.SaveToStream_Bitmap(b, 0xFFFFFF, false); }},
-        {"BmpWithAlpha",
-         "pngsuite/basn6a08.png",
-         "a.bmp",
-         {"--alpha"},
-         "BMP",
-         [](API32bppDIB& s, Bytes& b) { return s.SaveToStream_Bitmap(b, 0xFFFFFF, true); }},
-        {"BmpOntoNavy",
-         "pngsuite/basn6a08.png",
-         "a.bmp",
-         {"--background", "000080"},
-         "BMP",
-         [](API32bppDIB& s, Bytes& b) { return s.SaveToStream_Bitmap(b, 0x800000, false); }},
-        {"SmallIconOfIcoFile",
-         "ico/alpha32.ico",
-         "a.png",
-         {"--icon", "16x16"},
-         "PNG",
-         [](API32bppDIB& s, Bytes& b) { return s.SaveToStream_PNG(b, -1); },
-         16},
-        {"DefaultIconOfIcoFile",
-         "ico/alpha32.ico",
-         "a.png",
-         {},
-         "PNG",
-         [](API32bppDIB& s, Bytes& b) { return s.SaveToStream_PNG(b, -1); }},
+         GifOver(0x00FF00, true)},
+        {"BmpDefaults", "a.bmp", {}, "BMP", Bmp(0xFFFFFF, false)},
+        {"BmpWithAlpha", "a.bmp", {"--alpha"}, "BMP", Bmp(0xFFFFFF, true)},
+        {"BmpOntoNavy", "a.bmp", {"--background", "000080"}, "BMP", Bmp(0x800000, false)},
+        {"SmallIconOfIcoFile", "a.png", {"--icon", "16x16"}, "PNG", Png(-1), "ico/alpha32.ico", 16},
     };
     return cases;
 }

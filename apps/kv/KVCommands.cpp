@@ -236,11 +236,16 @@ void Help(std::ostream& out) {
     ConvertOptionsHelp(out);
     out << "\nimagelist export: --key and --tag follow the IMAGE they are for; --no-scale\n"
            "centres each picture at its own size instead of fitting it to WxH.\n"
-           "imagelist import writes each image as OUTDIR/<index>-<key>.png.\n";
+           "imagelist import writes each image as OUTDIR/<index>-<key>.png, replacing\n"
+           "files of those names.\n";
 }
 
 // kv image ... and kv imagelist ...: the exit code.
 int RunGroup(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+    if (args.size() > 1 && (args[1] == "--help" || args[1] == "-h" || args[1] == "help")) {
+        Help(out);
+        return 0;
+    }
     const Command* command = nullptr;
     for (const Command* candidate : GroupCommands()) {
         if (args.size() > 1 && candidate->group == args[0] && candidate->name == args[1]) {
