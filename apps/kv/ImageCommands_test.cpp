@@ -165,6 +165,11 @@ const std::vector<ConvertCase>& ConvertCases() {
     return cases;
 }
 
+// Test names and failures show the case's name, not its bytes.
+void PrintTo(const ConvertCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
 class ConvertTest : public testing::TestWithParam<ConvertCase> {};
 
 TEST_P(ConvertTest, WritesWhatTheLibraryWritesForTheOptions) {
