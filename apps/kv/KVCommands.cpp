@@ -1,14 +1,18 @@
 // The command table: each member's name, typed parameters (with the
 // defaults of the optional ones) and the call. Help, argument checks and
-// dispatch all read this one table.
+// dispatch all read this one table. The picture commands (kv image ...,
+// kv imagelist ...) have tables of their own (ImageCommands.h).
 
 #include "KVCommands.h"
 
 #include <charconv>
 #include <functional>
+#include <new>
 #include <optional>
 #include <string_view>
 
+#include "CommandLine.h"
+#include "ImageCommands.h"
 #include "kelvara/base/Date.h"
 #include "kelvara/base/Error.h"
 #include "kelvara/base/Text.h"
@@ -24,10 +28,6 @@ struct Param {
     std::string_view name;
     Kind kind;
     std::optional<std::string_view> fallback = std::nullopt;  // the default of an optional one
-};
-
-struct UsageError {
-    std::string message;
 };
 
 // The arguments of one call, read by the parameter kinds.
@@ -198,8 +198,28 @@ std::string Signature(const Member& member) {
     return line;
 }
 
+bool IsGroup(std::string_view word) {
+    return word == "image" || word == "imagelist";
+}
+
+std::vector<const Command*> GroupCommands() {
+    std::vector<const Command*> commands;
+    for (const auto* table : {&ImageCommands(), &ImageListCommands()}) {
+        for (const Command& command : *table) {
+            commands.push_back(&command);
+        }
+    }
+    return commands;
+}
+
+std::string Usage(const Command& command) {
+    return "kv " + std::string(command.group) + " " + std::string(command.name) + " " +
+           std::string(command.usage);
+}
+
 void Help(std::ostream& out) {
     out << "usage: kv <Member> [arguments...]\n"
+           "       kv image|imagelist <command> [arguments...]\n"
            "Calls a member of KV and prints its result on one line.\n"
            "Numbers are written with a point (1234.56), dates day first (21/11/2026),\n"
            "date layouts by their number (1 = dd/mm/yyyy), Booleans as True/False.\n\n"
@@ -207,6 +227,59 @@ void Help(std::ostream& out) {
     for (const auto& member : Members()) {
         out << "  " << Signature(member) << "\n";
     }
+    out << "\npictures (reads PNG, GIF, ICO, CUR and BMP; writes PNG, GIF, JPEG and BMP):\n";
+    for (const Command* command : GroupCommands()) {
+        out << "  " << Usage(*command) << "\n";
+    }
+    out << "\nimage convert options (OUT's extension chooses the format: .png, .gif,\n"
+           ".jpg or .jpeg, .bmp):\n";
+    ConvertOptionsHelp(out);
+    out << "\nimagelist export: --key and --tag follow the IMAGE they are for; --no-scale\n"
+           "centres each picture at its own size instead of fitting it to WxH.\n"
+           "imagelist import writes each image as OUTDIR/<index>-<key>.png, replacing\n"
+           "files of those names.\n";
+}
+
+// kv image ... and kv imagelist ...: the exit code.
+int RunGroup(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+    if (args.size() > 1 && (args[1] == "--help" || args[1] == "-h" || args[1] == "help")) {
+        Help(out);
+        return 0;
+    }
+    const Command* command = nullptr;
+    for (const Command* candidate : GroupCommands()) {
+        if (args.size() > 1 && candidate->group == args[0] && candidate->name == args[1]) {
+            command = candidate;
+        }
+    }
+    if (command == nullptr) {
+        err << "kv " << args[0] << ": "
+            << (args.size() > 1 ? "unknown command '" + args[1] + "'" : "name a command") << "\n";
+        for (const Command* candidate : GroupCommands()) {
+            if (candidate->group == args[0]) {
+                err << "  usage: " << Usage(*candidate) << "\n";
+            }
+        }
+        return 2;
+    }
+    const std::string label = "kv " + args[0] + " " + args[1];
+    try {
+        command->run(std::span(args).subspan(2), out);
+    } catch (const UsageError& e) {
+        err << label << ": " << e.message << "\n  usage: " << Usage(*command)
+            << "\n  (kv help lists the options)\n";
+        return 2;
+    } catch (const CommandFailure& e) {
+        err << label << ": " << e.message << "\n";
+        return 1;
+    } catch (const KelvaraError& e) {
+        err << label << ": error " << e.number << ": " << e.description << "\n";
+        return 1;
+    } catch (const std::bad_alloc&) {
+        err << label << ": not enough memory\n";
+        return 1;
+    }
+    return 0;
 }
 
 // Checks every argument against its kind before the call, so that a wrong
@@ -245,6 +318,9 @@ int Run(const std::vector<std::string>& args, std::ostream& out, std::ostream& e
     if (args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
         Help(out);
         return 0;
+    }
+    if (IsGroup(args[0])) {
+        return RunGroup(args, out, err);
     }
     const Member* member = nullptr;
     for (const auto& candidate : Members()) {

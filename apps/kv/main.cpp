@@ -1,6 +1,9 @@
-// kv: calls the members of KV from the command line.
+// kv: calls the members of KV from the command line, and reads, converts
+// and packs pictures with the image engine.
 //   kv CurrencyAsStr 1234.56
 //   kv IsValidCPFOrCNPJ 111.444.777-35
+//   kv image convert logo.png logo.jpg --quality 85
+//   kv imagelist list toolbar.lIL
 //   kv --help
 
 #include <iostream>
