@@ -482,7 +482,8 @@ std::optional<MSG> WindowApi::Route(WindowCore::PendingInput& in) {
     const Window* w = Find(target);
     const auto& last = core.lastClick;
     const bool dbl = (w->classStyle & CS_DBLCLKS) != 0 && last.hwnd == target &&
-                     last.message == down && msg.time - last.time <= kDoubleClickTime &&
+                     last.message == down && last.button == in.button &&
+                     msg.time - last.time <= kDoubleClickTime &&
                      std::abs(in.pt.X - last.pt.X) <= kDoubleClickDistance &&
                      std::abs(in.pt.Y - last.pt.Y) <= kDoubleClickDistance;
     if (dbl) {
@@ -490,7 +491,7 @@ std::optional<MSG> WindowApi::Route(WindowCore::PendingInput& in) {
         core.lastClick = {};
     } else {
         msg.message = down;
-        core.lastClick = {target, down, msg.time, in.pt};
+        core.lastClick = {target, down, msg.time, in.pt, in.button};
     }
     return msg;
 }
@@ -511,8 +512,13 @@ bool WindowApi::PeekCore(MSG& msg, HWND filter, bool remove) {
         // Input is routed when it is read, as it would be when it arrives.
         std::unique_ptr<WindowCore::PendingInput> in = std::move(core.input.front());
         core.input.pop_front();
+        const size_t postedBefore = core.posted.size();
         std::optional<MSG> routed = Route(*in);
         if (!routed) {
+            if (core.posted.size() != postedBefore) {
+                // Routing posted something (a leave notice): it is due now.
+                return PeekCore(msg, filter, remove);
+            }
             continue;
         }
         core.posted.push_back(*routed);

@@ -111,6 +111,9 @@ struct WindowCore::State {
         uint32_t message = 0;
         uint32_t time = 0;
         POINT pt;
+        // The side buttons share their messages, so the button tells them
+        // apart.
+        MouseButton button = MouseButton::Left;
     } lastClick;
     // A window being moved or sized by the mouse after WM_NCLBUTTONDOWN.
     struct Tracking {
