@@ -10,12 +10,14 @@ namespace kelvara {
 // way while the object goes; the object clears `live` to have the hook do
 // nothing from then on.
 struct detail::SubclassLink {
+    const WindowCore* core = nullptr;  // the core the window belongs to
     HWND hwnd = 0;
     int32_t hookId = 0;
     bool live = true;
     // Expires when the hook itself is gone: with its window, or with the
     // whole window core. Then there is nothing to remove, and the number
-    // may be another window's hook by now.
+    // may be another window's hook by now. (A core made anew at the same
+    // address is told apart by this too.)
     std::weak_ptr<void> hookAlive;
 };
 
@@ -30,6 +32,7 @@ std::shared_ptr<SubclassLink> Install(HWND hwnd, HookBody body) {
     }
     auto link = std::make_shared<SubclassLink>();
     auto token = std::make_shared<char>();
+    link->core = &WindowCore::Current();
     link->hwnd = hwnd;
     link->hookAlive = token;
     link->hookId =
@@ -52,7 +55,7 @@ void Remove(std::shared_ptr<SubclassLink>& link) {
         return;
     }
     link->live = false;
-    if (!link->hookAlive.expired()) {
+    if (!link->hookAlive.expired() && link->core == &WindowCore::Current()) {
         RemoveWindowHook(link->hwnd, link->hookId);
     }
     link.reset();
