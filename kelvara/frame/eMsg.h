@@ -247,11 +247,14 @@ struct eMsgEntry {
 
 // Every member of eMsg, ALL_MESSAGES first, then the messages in the order
 // above.
-inline constexpr auto eMsgTable = std::to_array<eMsgEntry>({{"ALL_MESSAGES", eMsg::ALL_MESSAGES},
+// clang-format off
+inline constexpr auto eMsgTable = std::to_array<eMsgEntry>({
+    {"ALL_MESSAGES", eMsg::ALL_MESSAGES},
 #define KELVARA_EMSG_ENTRY(name, value) {#name, eMsg::name},
-                                                            KELVARA_EMSG_LIST(KELVARA_EMSG_ENTRY)
+    KELVARA_EMSG_LIST(KELVARA_EMSG_ENTRY)
 #undef KELVARA_EMSG_ENTRY
 });
+// clang-format on
 
 // The first name of a message number (the message, not its range marker),
 // or an empty view for a number eMsg does not name.
