@@ -66,29 +66,5 @@ TEST(APICrossComm, FindsEveryHandleAndNothingBetween) {
     EXPECT_FALSE(comm.Contains(0x10011));
 }
 
-struct Member final : APIICrossComm {
-    APICrossComm* group = nullptr;
-    int released = 0;
-    APICrossComm* CrossTalkClass() override { return group; }
-    void ReleaseMouseCapture() override { ++released; }
-};
-
-TEST(APICrossComm, HoldsTheCapturedMemberAndTheTokenWithoutOwningThem) {
-    APICrossComm comm;
-    EXPECT_EQ(comm.CapturedControl(), nullptr);
-    EXPECT_EQ(comm.gdiToken(), 0);
-    Member a, b;
-    a.group = b.group = &comm;
-    comm.SetCapturedControl(&a);
-    // A member taking the mouse asks the holder to let go, through the group.
-    b.CrossTalkClass()->CapturedControl()->ReleaseMouseCapture();
-    comm.SetCapturedControl(&b);
-    EXPECT_EQ(a.released, 1);
-    EXPECT_EQ(comm.CapturedControl(), &b);
-    comm.SetgdiToken(77);
-    comm.ManageGDIToken();
-    EXPECT_EQ(comm.gdiToken(), 77);
-}
-
 }  // namespace
 }  // namespace kelvara

@@ -232,21 +232,6 @@ TEST_F(TooltipTest, CreateTwiceLeavesOneTipAndDestroyEndsIt) {
     EXPECT_TRUE(messages.Take().empty());
 }
 
-TEST_F(TooltipTest, ATipComesUpOverItsControlAfterTheDelay) {
-    APITooltip tip;
-    tip.SetTipText("Save the record");
-    tip.SetDelayTime(1500);
-    tip.SetVisibleTime(2000);
-    ASSERT_TRUE(tip.Create(button));
-    desktop.MouseMove(170, 170);
-    desktop.AdvanceTime(1499);
-    EXPECT_FALSE(IsWindowVisible(tip.hWnd()));
-    desktop.AdvanceTime(1);
-    EXPECT_TRUE(IsWindowVisible(tip.hWnd()));
-    desktop.AdvanceTime(2000);
-    EXPECT_FALSE(IsWindowVisible(tip.hWnd()));
-}
-
 // --- KV_TOOLTIP ----------------------------------------------------------------------
 
 TEST_F(TooltipTest, ShowToolTipMakesABalloonForTheControl) {

@@ -286,13 +286,5 @@ TEST_F(TooltipWindowTest, EitherWindowMayEndFirst) {
     EXPECT_TRUE(IsWindowVisible(second));
 }
 
-TEST_F(TooltipWindowTest, ANewTipIsAnnouncedBeforeItsFirstMessage) {
-    std::vector<HWND> made;
-    const auto connection = TooltipWindowCreated().Connect([&](HWND h) { made.push_back(h); });
-    const HWND t = CreateTooltipWindow(0, control);
-    TooltipWindowCreated().Disconnect(connection);
-    EXPECT_EQ(made, std::vector<HWND>{t});
-}
-
 }  // namespace
 }  // namespace kelvara::detail
