@@ -22,7 +22,7 @@ namespace kelvara {
 namespace {
 
 // The part of the desktop the pictures show.
-constexpr RECT kView{20, 20, 900, 580};
+constexpr RECT kView{20, 20, 940, 560};
 // Close-ups of the tip are this many times larger, pixel for pixel.
 constexpr int32_t kZoom = 4;
 
@@ -95,9 +95,19 @@ HWND Button(HWND form, int32_t x, int32_t y, int32_t w, int32_t h, const std::st
 struct Scene {
     HWND back = 0;
     HWND front = 0;
+    HWND cpf = 0;     // a text box on the front form
     HWND save = 0;    // on the front form
     HWND search = 0;  // on the back form, near the bottom of the view
 };
+
+HWND TextBox(HWND form, int32_t x, int32_t y, int32_t w, const std::string& value) {
+    return CreateWindowEx(0, "Edit", value, WS_CHILD | WS_VISIBLE, x, y, w, 21, form,
+                          Painted([value](Canvas& c, int32_t bw, int32_t bh) {
+                              c.FillRect(RECT{0, 0, bw, bh}, 0xFFFFFF);
+                              c.FrameRect(RECT{0, 0, bw, bh}, 0xA89C8F);
+                              Label(c, 5, 4, value, 0x000000);
+                          }));
+}
 
 Scene MakeForms() {
     Scene s;
@@ -122,10 +132,11 @@ Scene MakeForms() {
         0, "Form", "Cadastro", WS_POPUP | WS_VISIBLE, 330, 150, 420, 250, 0,
         Painted(Form("Cadastro de Clientes", 0x3F7F1E, 0x7DB85A, [](Canvas& c, int32_t, int32_t) {
             Field(c, 16, 44, 300, "Nome:", "Maria da Silva");
-            Field(c, 16, 74, 160, "CPF:", "123.456.789-0");
+            Label(c, 16, 77, "CPF:", 0x333333);
             Field(c, 16, 104, 220, "E-mail:", "maria@exemplo.com.br");
             Field(c, 16, 134, 120, "Telefone:", "(11) 4002-8922");
         })));
+    s.cpf = TextBox(s.front, 86, 74, 160, "123.456.789-0");
     s.save = Button(s.front, 300, 205, 100, 28, "Salvar");
     return s;
 }
@@ -188,11 +199,12 @@ int Run(const std::string& folder) {
         HeadlessDesktop desktop;
         const Scene s = MakeForms();
         KV_TOOLTIP tips;
-        tips.ShowToolTip("Gravar cadastro",
-                         "Grava os dados do cliente e fecha a janela.\r\nAtalho: Ctrl+S", s.save,
+        tips.ShowToolTip("CPF do cliente",
+                         "Digite os 11 números do CPF.\r\nPontos e traço entram sozinhos.", s.cpf,
                          iIconType::TTIconInfo);
-        failures +=
-            !Shoot(desktop, CentreOf(s.save), tips.ToolhWnd(), file("tooltip_balloon_info"));
+        failures += !Shoot(desktop, CentreOf(s.cpf), tips.ToolhWnd(), file("tooltip_balloon_info"));
+        // The picture of the documentation: the two forms where they meet.
+        failures += !SaveView(desktop, RECT{250, 40, 760, 400}, file("tooltip_docs"));
     }
     {  // A standard tip: text only, in the classic colours.
         HeadlessDesktop desktop;
@@ -213,8 +225,8 @@ int Run(const std::string& folder) {
         tip.SetTipText("Confira os dígitos: o CPF tem 11 números.");
         tip.SetBackColor(0xF4FFFF);
         tip.SetForeColor(0);
-        tip.Create(s.save);
-        failures += !Shoot(desktop, CentreOf(s.save), tip.hWnd(), file("tooltip_balloon_error"));
+        tip.Create(s.cpf);
+        failures += !Shoot(desktop, CentreOf(s.cpf), tip.hWnd(), file("tooltip_balloon_error"));
     }
     {  // A standard tip with a title and the warning icon.
         HeadlessDesktop desktop;
