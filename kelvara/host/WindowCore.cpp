@@ -161,9 +161,14 @@ LRESULT WindowApi::RunHooks(WindowCore::Delivery& d, uint32_t msg, WPARAM wParam
             continue;  // removed since the message set out
         }
         bool handled = false;
+        // Popped however the hook ends: a modal loop inside it may throw
+        // when its script runs out.
+        struct Running {
+            std::vector<WindowCore::Delivery*>& stack;
+            ~Running() { stack.pop_back(); }
+        } running{deliveries};
         deliveries.push_back(&d);
         const LRESULT result = hook(hwnd, msg, wParam, lParam, handled);
-        deliveries.pop_back();
         if (handled) {
             d.answered = true;
             d.result = result;
