@@ -222,6 +222,10 @@ bool RemoveWindowHook(HWND hwnd, int32_t id) {
     return w->hooks.size() != before;
 }
 
+LRESULT CallNextHook(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam) {
+    return WindowApi::ContinueDelivery(hwnd, msg, wParam, lParam);
+}
+
 HWND GetParent(HWND hwnd) {
     const auto* w = WindowApi::Find(hwnd);
     if (w == nullptr) {

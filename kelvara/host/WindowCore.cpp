@@ -132,27 +132,68 @@ std::vector<HWND> WindowCore::TopLevelWindows() const {
 // --- Delivery ----------------------------------------------------------------
 
 LRESULT WindowApi::Deliver(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam) {
-    Window* w = Find(hwnd);
+    const Window* w = Find(hwnd);
     if (w == nullptr) {
         return 0;
     }
-    // Copies: a hook or procedure may change them, or end the window.
-    const auto hooks = w->hooks;
-    for (auto it = hooks.rbegin(); it != hooks.rend(); ++it) {
-        bool handled = false;
-        const LRESULT result = it->second(hwnd, msg, wParam, lParam, handled);
-        if (handled) {
-            return result;
-        }
-        if (Find(hwnd) == nullptr) {
+    // A copy: a hook or procedure may change the hooks, or end the window.
+    WindowCore::Delivery d;
+    d.hwnd = hwnd;
+    d.hooks = w->hooks;
+    d.next = d.hooks.size();
+    return RunHooks(d, msg, wParam, lParam);
+}
+
+// Runs the delivery's hooks from where it stands, newest first, then the
+// window procedure.
+LRESULT WindowApi::RunHooks(WindowCore::Delivery& d, uint32_t msg, WPARAM wParam, LPARAM lParam) {
+    const HWND hwnd = d.hwnd;
+    auto& deliveries = Core().deliveries;
+    while (d.next > 0 && !d.answered) {
+        const auto& [id, hook] = d.hooks[--d.next];
+        const Window* w = Find(hwnd);
+        if (w == nullptr) {
             return 0;
         }
+        const bool present = std::any_of(w->hooks.begin(), w->hooks.end(),
+                                         [id = id](const auto& h) { return h.first == id; });
+        if (!present) {
+            continue;  // removed since the message set out
+        }
+        bool handled = false;
+        // Popped however the hook ends: a modal loop inside it may throw
+        // when its script runs out.
+        struct Running {
+            std::vector<WindowCore::Delivery*>& stack;
+            ~Running() { stack.pop_back(); }
+        } running{deliveries};
+        deliveries.push_back(&d);
+        const LRESULT result = hook(hwnd, msg, wParam, lParam, handled);
+        if (handled) {
+            d.answered = true;
+            d.result = result;
+            return result;
+        }
     }
-    const WNDPROC proc = Find(hwnd)->proc;
-    if (!proc) {
-        return DefWindowProc(hwnd, msg, wParam, lParam);
+    if (d.answered) {
+        return d.result;
     }
-    return proc(hwnd, msg, wParam, lParam);
+    const Window* w = Find(hwnd);
+    if (w == nullptr) {
+        return 0;
+    }
+    const WNDPROC proc = w->proc;
+    d.result = proc ? proc(hwnd, msg, wParam, lParam) : DefWindowProc(hwnd, msg, wParam, lParam);
+    d.answered = true;
+    return d.result;
+}
+
+LRESULT WindowApi::ContinueDelivery(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam) {
+    auto& deliveries = Core().deliveries;
+    if (deliveries.empty() || deliveries.back()->hwnd != hwnd) {
+        return Deliver(hwnd, msg, wParam, lParam);
+    }
+    return RunHooks(*deliveries.back(), msg, wParam, lParam);
 }
 
 void WindowApi::Changed(HWND hwnd) {
@@ -446,7 +487,8 @@ std::optional<MSG> WindowApi::Route(WindowCore::PendingInput& in) {
     const Window* w = Find(target);
     const auto& last = core.lastClick;
     const bool dbl = (w->classStyle & CS_DBLCLKS) != 0 && last.hwnd == target &&
-                     last.message == down && msg.time - last.time <= kDoubleClickTime &&
+                     last.message == down && last.button == in.button &&
+                     msg.time - last.time <= kDoubleClickTime &&
                      std::abs(in.pt.X - last.pt.X) <= kDoubleClickDistance &&
                      std::abs(in.pt.Y - last.pt.Y) <= kDoubleClickDistance;
     if (dbl) {
@@ -454,7 +496,7 @@ std::optional<MSG> WindowApi::Route(WindowCore::PendingInput& in) {
         core.lastClick = {};
     } else {
         msg.message = down;
-        core.lastClick = {target, down, msg.time, in.pt};
+        core.lastClick = {target, down, msg.time, in.pt, in.button};
     }
     return msg;
 }
@@ -475,8 +517,13 @@ bool WindowApi::PeekCore(MSG& msg, HWND filter, bool remove) {
         // Input is routed when it is read, as it would be when it arrives.
         std::unique_ptr<WindowCore::PendingInput> in = std::move(core.input.front());
         core.input.pop_front();
+        const size_t postedBefore = core.posted.size();
         std::optional<MSG> routed = Route(*in);
         if (!routed) {
+            if (core.posted.size() != postedBefore) {
+                // Routing posted something (a leave notice): it is due now.
+                return PeekCore(msg, filter, remove);
+            }
             continue;
         }
         core.posted.push_back(*routed);

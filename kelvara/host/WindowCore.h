@@ -132,6 +132,7 @@ public:
 
     struct Window;
     struct Timer;
+    struct Delivery;
     struct PendingInput;
     struct State;
 
@@ -152,9 +153,16 @@ LRESULT DefWindowProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam);
 WNDPROC SetWindowProc(HWND hwnd, WNDPROC proc);
 LRESULT CallWindowProc(const WNDPROC& proc, HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam);
 
-// Hooks run newest first; each id removes its hook.
+// Hooks run newest first; each id removes its hook. A hook removed while a
+// message is on its way is not called for it.
 int32_t AddWindowHook(HWND hwnd, HOOKPROC hook);
 bool RemoveWindowHook(HWND hwnd, int32_t id);
+// From inside a hook: hands the message on to the hooks older than the one
+// running and then to the window procedure, and gives back their result, so
+// a hook can see (and change) what the window answered; the hook then sets
+// handled and returns that result. Outside a hook of the window it is
+// SendMessage.
+LRESULT CallNextHook(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam);
 
 HWND GetParent(HWND hwnd);
 HWND SetParent(HWND hwnd, HWND newParent);

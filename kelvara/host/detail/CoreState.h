@@ -72,6 +72,19 @@ struct WindowCore::PendingInput {
     char32_t c = 0;
 };
 
+// A message on its way along a window's hooks: the hooks as they were when
+// it set out, and how far it has come (hooks[next - 1] is the next to run).
+struct WindowCore::Delivery {
+    HWND hwnd = 0;
+    std::vector<std::pair<int32_t, HOOKPROC>> hooks;
+    size_t next = 0;
+    // Set once a hook or the procedure has answered, so that a hook that
+    // handed the message on and then leaves it unhandled does not run it
+    // twice.
+    bool answered = false;
+    LRESULT result = 0;
+};
+
 struct WindowCore::State {
     explicit State(Backend& backend) : backend(backend) {}
     Backend& backend;
@@ -82,6 +95,8 @@ struct WindowCore::State {
     std::deque<MSG> posted;
     std::deque<std::unique_ptr<PendingInput>> input;
     std::vector<std::unique_ptr<Timer>> timers;
+    // Messages being delivered, innermost last.
+    std::vector<Delivery*> deliveries;
     HWND capture = 0;
     HWND focus = 0;
     HWND active = 0;
@@ -98,6 +113,9 @@ struct WindowCore::State {
         uint32_t message = 0;
         uint32_t time = 0;
         POINT pt;
+        // The side buttons share their messages, so the button tells them
+        // apart.
+        MouseButton button = MouseButton::Left;
     } lastClick;
     // A window being moved or sized by the mouse after WM_NCLBUTTONDOWN.
     struct Tracking {
@@ -128,6 +146,8 @@ public:
         return it == windows.end() ? nullptr : it->second.get();
     }
     static LRESULT Deliver(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam);
+    static LRESULT RunHooks(WindowCore::Delivery& d, uint32_t msg, WPARAM wParam, LPARAM lParam);
+    static LRESULT ContinueDelivery(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam);
     static void Resize(Window& w, int32_t width, int32_t height);
     static void BringToTop(HWND hwnd);
     static void ToBottom(HWND hwnd);
