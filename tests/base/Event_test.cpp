@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <vector>
+
 #include <string>
 #include <vector>
 
@@ -54,6 +57,34 @@ TEST(Event, DisconnectAllLeavesNoHandlers) {
     EXPECT_FALSE(change.HasHandlers());
     change.Raise(5);
     EXPECT_EQ(seen, 0);
+}
+
+TEST(Event, AHandlerMayDestroyTheEventsOwner) {
+    struct Owner {
+        Event<int> Changed;
+    };
+    auto owner = std::make_unique<Owner>();
+    std::vector<int> calls;
+    owner->Changed.Connect([&](int v) {
+        calls.push_back(v);
+        owner.reset();
+    });
+    owner->Changed.Connect([&](int v) { calls.push_back(v + 100); });
+    owner->Changed.Raise(1);
+    EXPECT_EQ(owner, nullptr);
+    EXPECT_EQ(calls, std::vector<int>{1}) << "no handler runs once the event is gone";
+}
+
+TEST(Event, CopiesCarryNoHandlers) {
+    Event<> click;
+    int clicks = 0;
+    click.Connect([&] { ++clicks; });
+    Event<> copy = click;
+    copy.Raise();
+    EXPECT_EQ(clicks, 0);
+    Event<> moved = std::move(click);
+    moved.Raise();
+    EXPECT_EQ(clicks, 1);
 }
 
 }  // namespace
