@@ -10,6 +10,7 @@
 // The format, and what reading does with malformed text, is described in
 // FormFile.h.
 
+#include <algorithm>
 #include <bit>
 #include <charconv>
 #include <chrono>
@@ -297,6 +298,7 @@ Parsed<std::string> ParseStringExpression(Cursor& c) {
                 value.push_back('"');
             }
         } else {
+            const size_t wordStart = c.pos;
             const std::string_view word = c.Identifier();
             if (SameWord(word, "vbCrLf")) {
                 value.append("\r\n");
@@ -327,6 +329,7 @@ Parsed<std::string> ParseStringExpression(Cursor& c) {
                 }
                 value.push_back(static_cast<char>(code));
             } else {
+                c.pos = wordStart;
                 return Refuse(FormFileErrorCode::BadString,
                               "string piece expected at " + Quote(c.Rest()));
             }
@@ -674,6 +677,11 @@ Parsed<ParsedValue> ParseValue(Cursor& c) {
         if (digits == 0 || !NumberEnds(c)) {
             return Refuse(FormFileErrorCode::BadNumber, "byte count expected after 'Bytes'");
         }
+        if (count > kMaxFormFileBytes) {
+            return Refuse(FormFileErrorCode::ByteCountMismatch,
+                          "byte count " + Quote(c.text.substr(c.pos - digits, digits)) +
+                              " is beyond the size of a form file");
+        }
         return ParsedValue(Variant(), count);
     }
     if (IsStringPiece(word)) {
@@ -813,6 +821,7 @@ Result<FormObject, FormFileError> Reader::Run() {
             return Error(done.Error());
         }
     }
+    lineNumber = std::max(lineNumber, 1);  // an empty text still has its first line
     switch (phase) {
         case Phase::Version:
             return Error(FormFileErrorCode::MissingVersion,
@@ -1042,10 +1051,10 @@ Parsed<Done> Reader::ReadProperty(Cursor& c) {
         }
         return Fail(key.Error());
     }
+    const std::string_view keyText = c.text.substr(start, c.pos - start);
     c.SkipBlanks();
     if (!c.Take('=')) {
-        return Refuse(FormFileErrorCode::UnexpectedLine,
-                      "'=' expected after " + Quote(c.text.substr(start, c.pos - start)));
+        return Refuse(FormFileErrorCode::UnexpectedLine, "'=' expected after " + Quote(keyText));
     }
     c.SkipBlanks();
     Parsed<ParsedValue> value = ParseValue(c);
