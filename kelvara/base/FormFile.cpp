@@ -11,11 +11,11 @@
 // FormFile.h.
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <chrono>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <optional>
 #include <unordered_map>
@@ -698,9 +698,18 @@ Parsed<ParsedValue> ParseValue(Cursor& c) {
     return Refuse(FormFileErrorCode::MissingValue, "value expected after '='");
 }
 
+// Base64 digit values by byte, -1 where a byte is none.
+constexpr std::array<int8_t, 256> kBase64Values = [] {
+    std::array<int8_t, 256> values{};
+    values.fill(-1);
+    for (size_t i = 0; i < kBase64Digits.size(); ++i) {
+        values[static_cast<uint8_t>(kBase64Digits[i])] = static_cast<int8_t>(i);
+    }
+    return values;
+}();
+
 int32_t Base64Value(char c) {
-    const size_t at = kBase64Digits.find(c);
-    return at == std::string_view::npos ? -1 : static_cast<int32_t>(at);
+    return kBase64Values[static_cast<uint8_t>(c)];
 }
 
 ByteArray DecodeBase64(std::string_view digits, size_t count) {
