@@ -62,10 +62,11 @@
 // Reading is more lenient than writing: any indentation (blanks or tabs),
 // LF or CR LF line ends, blank lines and whole-line comments starting with
 // ', a comment after any value, keywords in any case, a class id or none
-// after BeginProperty, base64 split into lines of any length, &H with or
-// without a type character (& Long, % Integer), & after a decimal Long,
-// # after a Double, and a date without its time. Reading is strict about
-// everything else and stops at the first fault with its line:
+// after BeginProperty, base64 in lines of any multiple of four characters
+// (blank lines between them are skipped), &H with or without a type
+// character (& Long, % Integer), & after a decimal Long, # after a Double,
+// a date without its time, and a UTF-8 byte order mark. Reading is strict
+// about everything else and stops at the first fault with its line:
 // - a first line other than VERSION 5.00, text after the form's End, a
 //   second form, a line that is none of Begin, End, BeginProperty,
 //   EndProperty and key = value;
@@ -76,12 +77,13 @@
 //   no calendar date, an unterminated string, Chr or ChrB out of range,
 //   text after a value other than a comment;
 // - base64 with a bad character, misplaced padding or non-zero spare bits,
-//   or not exactly as long as the byte count says;
+//   a line of it that is no multiple of four characters, or base64 not
+//   exactly as long as the byte count says;
 // - blocks nested deeper than kMaxFormFileDepth, a file longer than
 //   kMaxFormFileBytes.
-// Reading takes time in proportion to the text and never recurses deeper
-// than the limit of nesting. A tree nested deeper than kMaxFormFileDepth,
-// or one whose text would pass kMaxFormFileBytes, is still written, but that
+// Reading takes time in proportion to the text (lines of any length) and
+// keeps its open blocks on a stack of its own, not the call stack. A tree nested deeper than
+// kMaxFormFileDepth, or one whose text would pass kMaxFormFileBytes, is still written, but that
 // text will not read back.
 
 #include <cstdint>
