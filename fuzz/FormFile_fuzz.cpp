@@ -56,9 +56,9 @@ bool SameBag(const PropertyBag& a, const PropertyBag& b) {
         if ((innerA == nullptr) != (innerB == nullptr)) {
             return false;
         }
-        if (innerA != nullptr ? !SameBag(*innerA, *innerB)
-                              : !SameValue(a.ReadProperty(key, Variant()),
-                                           b.ReadProperty(key, Variant()))) {
+        if (innerA != nullptr
+                ? !SameBag(*innerA, *innerB)
+                : !SameValue(a.ReadProperty(key, Variant()), b.ReadProperty(key, Variant()))) {
             return false;
         }
     }
