@@ -1,6 +1,7 @@
 #include "kelvara/base/PropertyBag.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace kelvara {
 
@@ -46,6 +47,7 @@ PropertyBag& PropertyBag::operator=(const PropertyBag& other) {
             Entry{e.key, e.value, e.bag ? std::make_unique<PropertyBag>(*e.bag) : nullptr});
     }
     entries = std::move(copy);
+    index = other.index;
     return *this;
 }
 
@@ -58,13 +60,29 @@ bool PropertyBag::SameValue(const Variant& a, const Variant& b) {
     return IsNumber(a) && IsNumber(b) && a.ToDouble() == b.ToDouble();
 }
 
-PropertyBag::Entry* PropertyBag::Find(std::string_view key) {
-    for (Entry& e : entries) {
-        if (SameKey(e.key, key)) {
-            return &e;
-        }
+size_t PropertyBag::KeyHash::operator()(std::string_view key) const {
+    // FNV-1a over the lower-cased bytes.
+    uint64_t hash = 14695981039346656037u;
+    for (const char c : key) {
+        hash = (hash ^ static_cast<uint8_t>(AsciiLower(c))) * 1099511628211u;
     }
-    return nullptr;
+    return static_cast<size_t>(hash);
+}
+
+bool PropertyBag::KeyEqual::operator()(std::string_view a, std::string_view b) const {
+    return SameKey(a, b);
+}
+
+void PropertyBag::Reindex() {
+    index.clear();
+    for (size_t i = 0; i < entries.size(); ++i) {
+        index.emplace(entries[i].key, i);
+    }
+}
+
+PropertyBag::Entry* PropertyBag::Find(std::string_view key) {
+    const auto found = index.find(key);
+    return found == index.end() ? nullptr : &entries[found->second];
 }
 
 const PropertyBag::Entry* PropertyBag::Find(std::string_view key) const {
@@ -76,6 +94,7 @@ PropertyBag::Entry& PropertyBag::FindOrAdd(std::string_view key) {
         return *e;
     }
     entries.push_back(Entry{std::string(key), Variant(), nullptr});
+    index.emplace(entries.back().key, entries.size() - 1);
     return entries.back();
 }
 
@@ -87,7 +106,9 @@ Variant PropertyBag::ReadProperty(std::string_view key, const Variant& defaultVa
 void PropertyBag::WriteProperty(std::string_view key, const Variant& value,
                                 const Variant& defaultValue) {
     if (SameValue(value, defaultValue)) {
-        std::erase_if(entries, [&](const Entry& e) { return SameKey(e.key, key); });
+        if (std::erase_if(entries, [&](const Entry& e) { return SameKey(e.key, key); }) > 0) {
+            Reindex();
+        }
         return;
     }
     Entry& e = FindOrAdd(key);

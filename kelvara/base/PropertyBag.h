@@ -9,9 +9,11 @@
 // An object-valued property (a font) persists as a bag of its own under its
 // key.
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "kelvara/base/Variant.h"
@@ -58,11 +60,25 @@ private:
         std::unique_ptr<PropertyBag> bag;  // set for an object-valued key
     };
 
+    // Keys fold ASCII case for hashing and comparing.
+    struct KeyHash {
+        using is_transparent = void;
+        size_t operator()(std::string_view key) const;
+    };
+    struct KeyEqual {
+        using is_transparent = void;
+        bool operator()(std::string_view a, std::string_view b) const;
+    };
+
     Entry* Find(std::string_view key);
     const Entry* Find(std::string_view key) const;
     Entry& FindOrAdd(std::string_view key);
+    void Reindex();
 
     std::vector<Entry> entries;
+    // Key -> position in entries, so that a bag of many keys (one read from
+    // a form file) fills and answers in constant time per key.
+    std::unordered_map<std::string, size_t, KeyHash, KeyEqual> index;
 };
 
 }  // namespace kelvara

@@ -72,5 +72,22 @@ TEST(PropertyBag, NestedBagsCopyDeeplyAndCompareByContent) {
     EXPECT_TRUE(copy == bag);
 }
 
+TEST(PropertyBag, KeysAfterADroppedOneAreStillFoundInCopiesAndMoves) {
+    PropertyBag bag;
+    for (const char* key : {"Alpha", "Beta", "Gamma", "Delta"}) {
+        bag.WriteProperty(key, Variant(key), Variant(""));
+    }
+    bag.WriteProperty("BETA", Variant(""), Variant(""));
+    bag.WriteProperty("beta", Variant("again"), Variant(""));
+    EXPECT_EQ(bag.Keys(), (Keys{"Alpha", "Gamma", "Delta", "beta"}));
+    const PropertyBag copy = bag;
+    const PropertyBag moved = std::move(bag);
+    for (const PropertyBag* b : {&copy, &moved}) {
+        EXPECT_EQ(b->ReadProperty("gamma", Variant()), Variant("Gamma"));
+        EXPECT_EQ(b->ReadProperty("DELTA", Variant()), Variant("Delta"));
+        EXPECT_EQ(b->ReadProperty("Beta", Variant()), Variant("again"));
+    }
+}
+
 }  // namespace
 }  // namespace kelvara
