@@ -133,6 +133,10 @@ enum class FormFileErrorCode : int32_t {
     BadBase64,           // a character or padding that base64 does not allow
     ByteCountMismatch,   // base64 data longer or shorter than its byte count
     TrailingText,        // text after a value that is not a comment
+    // Faults found when a form is made from a well-formed file:
+    UnknownControlType,    // a Begin with a type no control library registered
+    DuplicateControlName,  // two controls with one name in one container
+    NotAContainer,         // controls listed inside a control that holds none
 };
 
 struct FormFileError {
