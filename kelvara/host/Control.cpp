@@ -91,7 +91,9 @@ Control* ControlCollection::AddCreated(std::unique_ptr<Control> control, std::st
     Control* c = control.get();
     c->name = std::string(name);
     c->container = &owner;
-    c->tabIndex = static_cast<int16_t>(items.size());
+    c->tabIndex = static_cast<int16_t>(std::count_if(items.begin(), items.end(), [](const auto& o) {
+        return (o->ExtenderKeySet() & Control::kTabIndex) != 0;
+    }));
     c->visible = visible;
     items.push_back(std::move(control));
     if (bag != nullptr) {
@@ -362,16 +364,29 @@ void Control::LoadExtender(const PropertyBag& bag) {
 
 void Control::SaveTo(PropertyBag& bag) const {
     const auto whole = [](double v) { return static_cast<int32_t>(std::lround(v)); };
-    bag.WriteProperty("Left", Variant(whole(ToContainer(bounds.Left, false))), Variant(0));
-    bag.WriteProperty("Top", Variant(whole(ToContainer(bounds.Top, true))), Variant(0));
-    bag.WriteProperty("Width", Variant(whole(ToContainer(bounds.Right - bounds.Left, false))),
-                      Variant(0));
-    bag.WriteProperty("Height", Variant(whole(ToContainer(bounds.Bottom - bounds.Top, true))),
-                      Variant(0));
-    bag.WriteProperty("TabIndex", Variant(int32_t{tabIndex}), Variant(-1));
-    bag.WriteProperty("TabStop", Variant(tabStop), Variant(true));
-    bag.WriteProperty("Visible", Variant(visible), Variant(true));
-    bag.WriteProperty("Tag", Variant(tag), Variant(""));
+    const uint32_t keys = ExtenderKeySet();
+    if ((keys & kPosition) != 0) {
+        bag.WriteProperty("Left", Variant(whole(ToContainer(bounds.Left, false))), Variant(0));
+        bag.WriteProperty("Top", Variant(whole(ToContainer(bounds.Top, true))), Variant(0));
+    }
+    if ((keys & kSize) != 0) {
+        bag.WriteProperty("Width", Variant(whole(ToContainer(bounds.Right - bounds.Left, false))),
+                          Variant(0));
+        bag.WriteProperty("Height", Variant(whole(ToContainer(bounds.Bottom - bounds.Top, true))),
+                          Variant(0));
+    }
+    if ((keys & kTabIndex) != 0) {
+        bag.WriteProperty("TabIndex", Variant(int32_t{tabIndex}), Variant(-1));
+    }
+    if ((keys & kTabStop) != 0) {
+        bag.WriteProperty("TabStop", Variant(tabStop), Variant(true));
+    }
+    if ((keys & kVisible) != 0) {
+        bag.WriteProperty("Visible", Variant(visible), Variant(true));
+    }
+    if ((keys & kTag) != 0) {
+        bag.WriteProperty("Tag", Variant(tag), Variant(""));
+    }
     if (CanBeDefault()) {
         bag.WriteProperty("Default", Variant(isDefault), Variant(false));
         bag.WriteProperty("Cancel", Variant(isCancel), Variant(false));

@@ -210,6 +210,20 @@ public:
     // file), not by its container's own code.
     bool Stored() const { return stored; }
 
+    // Which extender properties the control has (and stores): a timer has
+    // a place but no size, a line has only its ends, labels have a tab
+    // index but no tab stop.
+    enum ExtenderKeys : uint32_t {
+        kPosition = 1,
+        kSize = 2,
+        kTabIndex = 4,
+        kTabStop = 8,
+        kVisible = 16,
+        kTag = 32,
+        kAllExtenderKeys = 63
+    };
+    virtual uint32_t ExtenderKeySet() const { return kAllExtenderKeys; }
+
     // --- What the form asks of a control -----------------------------------
     // True for controls that take the focus by Tab and by clicks.
     virtual bool CanTakeFocus() const;

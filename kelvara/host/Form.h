@@ -21,6 +21,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -113,6 +114,11 @@ public:
     // Stored keys the form itself does not use, kept so that saving writes
     // them back as they came.
     PropertyBag& OtherProperties() { return otherProperties; }
+    // Where the form was placed when it was designed (client area, twips):
+    // with a start-up position other than manual the form shows elsewhere,
+    // and this is what a saved form keeps.
+    std::optional<POINT> DesignPosition() const { return designPosition; }
+    void SetDesignPosition(std::optional<POINT> twips) { designPosition = twips; }
 
     // Outer size and position, in twips.
     float Left() const;
@@ -245,6 +251,7 @@ private:
     int16_t startUpPosition = 3;
     std::string tag;
     PropertyBag otherProperties;
+    std::optional<POINT> designPosition;
     RECT initialRect{0, 0, 320, 240};
     int32_t modalDepth = 0;
     bool everShown = false;

@@ -13,9 +13,10 @@ namespace {
 
 // The form's own keys, in the order they are written.
 constexpr std::string_view kFormKeys[] = {
-    "Caption",     "BackColor",  "ForeColor", "BorderStyle", "ClientHeight",  "ClientLeft",
-    "ClientTop",   "ClientWidth", "ControlBox", "Icon",      "KeyPreview",    "MaxButton",
-    "MinButton",   "ScaleMode",  "ShowInTaskbar", "StartUpPosition", "Tag", "Font"};
+    "Caption",         "BackColor", "ForeColor",   "BorderStyle", "ClientHeight",
+    "ClientLeft",      "ClientTop", "ClientWidth", "ControlBox",  "Icon",
+    "KeyPreview",      "MaxButton", "MinButton",   "ScaleMode",   "ShowInTaskbar",
+    "StartUpPosition", "Tag",       "Font"};
 
 bool IsFormKey(std::string_view key) {
     for (std::string_view k : kFormKeys) {
@@ -34,15 +35,19 @@ bool Flag(const PropertyBag& bag, std::string_view key, bool fallback) {
     return bag.ReadProperty(key, Variant(fallback)).ToBool().value_or(fallback);
 }
 
-int32_t Twips(int32_t pixels, int32_t per) { return pixels * per; }
+int32_t Twips(int32_t pixels, int32_t per) {
+    return pixels * per;
+}
 int32_t Pixels(double twips, int32_t per) {
     return static_cast<int32_t>(std::lround(twips / per));
 }
 
 void ApplyFormProperties(Form& form, const PropertyBag& bag) {
     form.SetCaption(bag.ReadProperty("Caption", Variant(form.Name())).ToText().value_or(""));
-    form.SetBackColor(static_cast<OLE_COLOR>(static_cast<int64_t>(Number(bag, "BackColor", 0x8000000F))));
-    form.SetForeColor(static_cast<OLE_COLOR>(static_cast<int64_t>(Number(bag, "ForeColor", 0x80000012))));
+    form.SetBackColor(
+        static_cast<OLE_COLOR>(static_cast<int64_t>(Number(bag, "BackColor", 0x8000000F))));
+    form.SetForeColor(
+        static_cast<OLE_COLOR>(static_cast<int64_t>(Number(bag, "ForeColor", 0x80000012))));
     form.SetBorderStyle(static_cast<FormBorderStyle>(Number(bag, "BorderStyle", 2)));
     form.SetControlBox(Flag(bag, "ControlBox", true));
     form.SetMaxButton(Flag(bag, "MaxButton", true));
@@ -67,6 +72,8 @@ void ApplyFormProperties(Form& form, const PropertyBag& bag) {
               static_cast<float>(Twips(top, Screen::TwipsPerPixelY)), form.Width(), form.Height());
     // Moving sets a manual position; the stored one stays in charge.
     form.SetStartUpPosition(position);
+    form.SetDesignPosition(POINT{static_cast<int32_t>(Number(bag, "ClientLeft", 0)),
+                                 static_cast<int32_t>(Number(bag, "ClientTop", 0))});
     PropertyBag& other = form.OtherProperties();
     other = PropertyBag();
     for (const std::string& key : bag.Keys()) {
@@ -98,11 +105,13 @@ PropertyBag FormProperties(Form& form) {
     bag.WriteProperty("ClientHeight",
                       Variant(Twips(form.ClientHeightPixels(), Screen::TwipsPerPixelY)),
                       Variant(int32_t{3195}));
-    bag.WriteProperty("ClientLeft",
-                      Variant(Twips(outer.Left + origin.X, Screen::TwipsPerPixelX)),
-                      Variant(int32_t{0}));
-    bag.WriteProperty("ClientTop", Variant(Twips(outer.Top + origin.Y, Screen::TwipsPerPixelY)),
-                      Variant(int32_t{0}));
+    POINT client{Twips(outer.Left + origin.X, Screen::TwipsPerPixelX),
+                 Twips(outer.Top + origin.Y, Screen::TwipsPerPixelY)};
+    if (form.StartUpPosition() != 0 && form.DesignPosition()) {
+        client = *form.DesignPosition();
+    }
+    bag.WriteProperty("ClientLeft", Variant(client.X), Variant(int32_t{0}));
+    bag.WriteProperty("ClientTop", Variant(client.Y), Variant(int32_t{0}));
     bag.WriteProperty("ClientWidth",
                       Variant(Twips(form.ClientWidthPixels(), Screen::TwipsPerPixelX)),
                       Variant(int32_t{4680}));
@@ -135,7 +144,9 @@ FormFileError Fault(FormFileErrorCode code, int32_t line, std::string message) {
     return FormFileError{code, line, std::move(message)};
 }
 
-Failure<FormFileError> Failed(FormFileError error) { return Fail(std::move(error)); }
+Failure<FormFileError> Failed(FormFileError error) {
+    return Fail(std::move(error));
+}
 
 // Creates the controls of `objects` in `container`, in file order.
 std::optional<FormFileError> AddControls(ControlContainer& container,
@@ -150,9 +161,8 @@ std::optional<FormFileError> AddControls(ControlContainer& container,
             return Fault(FormFileErrorCode::DuplicateControlName, object.Line,
                          "a control named '" + object.Name + "' is there already");
         }
-        Control* control =
-            container.ContainedControls().AddCreated(std::move(made), object.Name,
-                                                     &object.Properties, true);
+        Control* control = container.ContainedControls().AddCreated(std::move(made), object.Name,
+                                                                    &object.Properties, true);
         if (control == nullptr) {
             return Fault(FormFileErrorCode::BadName, object.Line,
                          "'" + object.Name + "' cannot name a control");
@@ -224,6 +234,8 @@ FormObject SaveForm(Form& form) {
     return object;
 }
 
-std::string SaveFormFile(Form& form) { return WriteFormFile(SaveForm(form)); }
+std::string SaveFormFile(Form& form) {
+    return WriteFormFile(SaveForm(form));
+}
 
 }  // namespace kelvara

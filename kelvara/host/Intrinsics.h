@@ -93,6 +93,7 @@ public:
     // the tab order.
     void OnAccessKey(int16_t keyAscii) override;
     bool CanTakeFocus() const override { return false; }
+    uint32_t ExtenderKeySet() const override { return kAllExtenderKeys & ~kTabStop; }
 
 protected:
     void OnInitNew() override;
@@ -144,6 +145,7 @@ public:
     void OnPaintWindowless(Canvas& dc) override;
     bool HitWindowless(POINT) const override { return false; }
     bool CanTakeFocus() const override { return false; }
+    uint32_t ExtenderKeySet() const override { return kPosition | kSize | kVisible | kTag; }
 
 protected:
     void OnLoad(const PropertyBag& bag) override;
@@ -179,6 +181,7 @@ public:
     void OnPaintWindowless(Canvas& dc) override;
     bool HitWindowless(POINT) const override { return false; }
     bool CanTakeFocus() const override { return false; }
+    uint32_t ExtenderKeySet() const override { return kVisible | kTag; }
 
 protected:
     void OnLoad(const PropertyBag& bag) override;
@@ -205,6 +208,7 @@ public:
     void OnPaintWindowless(Canvas& dc) override;
     void OnWindowlessMouse(uint32_t msg, int16_t button, int16_t shift, POINT at) override;
     bool CanTakeFocus() const override { return false; }
+    uint32_t ExtenderKeySet() const override { return kPosition | kSize | kVisible | kTag; }
 
 protected:
     void OnLoad(const PropertyBag& bag) override;
@@ -292,6 +296,7 @@ public:
     bool Windowless() const override { return true; }
     bool HitWindowless(POINT) const override { return false; }
     bool CanTakeFocus() const override { return false; }
+    uint32_t ExtenderKeySet() const override { return kPosition | kTag; }
 
 protected:
     void OnSited() override;

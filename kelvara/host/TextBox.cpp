@@ -41,9 +41,13 @@ int32_t EditAlignment(int16_t alignment) {
 
 TextBox::TextBox() : Control("VB.TextBox") {}
 
-TextBox::~TextBox() { OnTerminate(); }
+TextBox::~TextBox() {
+    OnTerminate();
+}
 
-EditControl* TextBox::Edit() const { return EditControl::FromHandle(edit); }
+EditControl* TextBox::Edit() const {
+    return EditControl::FromHandle(edit);
+}
 
 RECT TextBox::Inner() const {
     RECT client{0, 0, 0, 0};
@@ -57,21 +61,16 @@ RECT TextBox::Inner() const {
 void TextBox::OnSited() {
     const POINT origin = Container()->ClientOrigin();
     const RECT& b = Bounds();
-    frame = CreateWindowEx(0, "ThunderTextBoxFrame", Name(), WS_CHILD | WS_CLIPSIBLINGS,
-                           origin.X + b.Left, origin.Y + b.Top, b.Right - b.Left,
-                           b.Bottom - b.Top, Container()->ContainerWindow(),
-                           [this](HWND h, uint32_t m, WPARAM w, LPARAM l) {
-                               return FrameProc(h, m, w, l);
-                           });
+    frame = CreateWindowEx(
+        0, "ThunderTextBoxFrame", Name(), WS_CHILD | WS_CLIPSIBLINGS, origin.X + b.Left,
+        origin.Y + b.Top, b.Right - b.Left, b.Bottom - b.Top, Container()->ContainerWindow(),
+        [this](HWND h, uint32_t m, WPARAM w, LPARAM l) { return FrameProc(h, m, w, l); });
     font = Container()->ContainerFont();
-    MakeEdit();
+    MakeEdit(pendingText);
 }
 
-void TextBox::MakeEdit() {
-    // The text goes over to the new edit box.
-    std::string text = pendingText;
+void TextBox::MakeEdit(std::string text) {
     if (edit != 0) {
-        text = Text();
         DestroyWindow(std::exchange(edit, 0));
     }
     const RECT in = Inner();
@@ -251,14 +250,14 @@ void TextBox::SetMultiLine(bool value) {
     }
     multiLine = value;
     if (frame != 0) {
-        MakeEdit();
+        MakeEdit(Text());
     }
 }
 
 void TextBox::SetScrollBars(int16_t value) {
     scrollBars = value;
     if (frame != 0 && multiLine) {
-        MakeEdit();
+        MakeEdit(Text());
     }
 }
 
@@ -289,13 +288,17 @@ void TextBox::SetBorderStyle(int16_t value) {
 void TextBox::SetHideSelection(bool value) {
     hideSelection = value;
     if (frame != 0) {
-        MakeEdit();
+        MakeEdit(Text());
     }
 }
 
-bool TextBox::WantsKey(int32_t vk) const { return multiLine && vk == VK_RETURN; }
+bool TextBox::WantsKey(int32_t vk) const {
+    return multiLine && vk == VK_RETURN;
+}
 
-bool TextBox::OwnsWindow(HWND hwnd) const { return hwnd != 0 && (hwnd == edit || hwnd == frame); }
+bool TextBox::OwnsWindow(HWND hwnd) const {
+    return hwnd != 0 && (hwnd == edit || hwnd == frame);
+}
 
 // --- Messages ------------------------------------------------------------------------
 
@@ -399,8 +402,8 @@ LRESULT TextBox::EditHook(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam,
             // The edit box does its own work after the program has seen it.
             const int16_t button = msg == WM_RBUTTONDOWN || msg == WM_RBUTTONUP   ? vbRightButton
                                    : msg == WM_MBUTTONDOWN || msg == WM_MBUTTONUP ? vbMiddleButton
-                                   : msg == WM_MOUSEMOVE                         ? 0
-                                                                                 : vbLeftButton;
+                                   : msg == WM_MOUSEMOVE                          ? 0
+                                                                                  : vbLeftButton;
             RECT client;
             GetClientRect(hwnd, client);
             const int32_t x = GET_X_LPARAM(lParam);
@@ -444,7 +447,7 @@ void TextBox::OnLoad(const PropertyBag& bag) {
     hideSelection = flag("HideSelection", true);
     font = ReadFontProperty(bag, "Font", DefaultFont());
     pendingText = bag.ReadProperty("Text", Variant(Name())).ToText().value_or("");
-    MakeEdit();
+    MakeEdit(pendingText);
 }
 
 void TextBox::OnSave(PropertyBag& bag) const {

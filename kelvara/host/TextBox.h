@@ -88,7 +88,7 @@ protected:
     void OnTerminate() override;
 
 private:
-    void MakeEdit();
+    void MakeEdit(std::string text);
     void ApplyLooks();
     LRESULT FrameProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam);
     LRESULT EditHook(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam, bool& handled);
