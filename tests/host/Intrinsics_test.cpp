@@ -39,19 +39,22 @@ protected:
 
 TEST_F(IntrinsicsTest, ControlsAreMadeByTypeNameAndNamesAreUnique) {
     auto form = MakeForm();
-    for (const char* type :
-         {"VB.Label", "vb.shape", "VB.Line", "VB.Image", "VB.PictureBox", "VB.Timer"}) {
+    for (const char* type : {"VB.Label", "vb.shape", "VB.Line", "VB.Image", "VB.PictureBox",
+                             "VB.Timer", "VB.TextBox"}) {
         Control* c = form->Controls().Add(type, std::string("c") + type);
         ASSERT_NE(c, nullptr) << type;
         EXPECT_FALSE(c->Visible()) << "added at run time, a control starts hidden";
     }
     EXPECT_EQ(form->Controls().Add("VB.Nothing", "x"), nullptr);
     EXPECT_EQ(form->Controls().Add("VB.Label", "cvb.shape"), nullptr);
+    EXPECT_EQ(form->Controls().Count(), 7);
+    // Only labels, picture boxes and text boxes have a place in the tab
+    // order; the places close up behind a removed control.
+    EXPECT_EQ(form->Controls().Item("cVB.TextBox")->TabIndex(), 2);
+    EXPECT_TRUE(form->Controls().Remove("cVB.Label"));
     EXPECT_EQ(form->Controls().Count(), 6);
-    EXPECT_TRUE(form->Controls().Remove("cVB.Line"));
-    EXPECT_EQ(form->Controls().Count(), 5);
-    // Tab indexes close up behind a removed control.
-    EXPECT_EQ(form->Controls().Item("cVB.Image")->TabIndex(), 2);
+    EXPECT_EQ(form->Controls().Item("cVB.PictureBox")->TabIndex(), 0);
+    EXPECT_EQ(form->Controls().Item("cVB.TextBox")->TabIndex(), 1);
 }
 
 TEST_F(IntrinsicsTest, LabelsClickAndPassTheirAccessKeyToTheNextControl) {
