@@ -175,8 +175,12 @@ double Control::ToContainer(int32_t pixels, bool vertical) const {
 int32_t Control::FromContainer(double value, bool vertical) const {
     const ScaleModeConstants mode =
         container == nullptr ? ScaleModeConstants::vbTwips : container->ContainerScaleMode();
-    return static_cast<int32_t>(
-        std::lround(ScaleValue(value, mode, ScaleModeConstants::vbPixels, vertical)));
+    // Far beyond any screen, and never past what a pixel count can hold.
+    constexpr double kLimit = 1 << 24;
+    const double pixels = ScaleValue(value, mode, ScaleModeConstants::vbPixels, vertical);
+    return std::isnan(pixels)
+               ? 0
+               : static_cast<int32_t>(std::lround(std::clamp(pixels, -kLimit, kLimit)));
 }
 
 float Control::Left() const {

@@ -13,8 +13,10 @@
 // Width and Height read and write it in the container's scale units, twips
 // unless the container says otherwise.
 
+#include <cmath>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -143,6 +145,21 @@ private:
     ControlContainer& owner;
     std::vector<std::unique_ptr<Control>> items;
 };
+
+// A stored number as a T: NaN gives 0, a value beyond T's range its
+// nearest end, anything else is truncated — so a damaged form file never
+// makes a conversion go wrong.
+template <typename T>
+T StoredNumber(double value) {
+    if (std::isnan(value)) {
+        return T{0};
+    }
+    const double low = static_cast<double>(std::numeric_limits<T>::lowest());
+    const double high = static_cast<double>(std::numeric_limits<T>::max());
+    return value <= low    ? std::numeric_limits<T>::lowest()
+           : value >= high ? std::numeric_limits<T>::max()
+                           : static_cast<T>(value);
+}
 
 // Makes controls by type name. The runtime's own intrinsic controls are
 // known from the start; control libraries add theirs.

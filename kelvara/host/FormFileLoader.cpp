@@ -1,5 +1,6 @@
 #include "kelvara/host/FormFileLoader.h"
 
+#include <algorithm>
 #include <cmath>
 #include <optional>
 
@@ -39,23 +40,25 @@ int32_t Twips(int32_t pixels, int32_t per) {
     return pixels * per;
 }
 int32_t Pixels(double twips, int32_t per) {
-    return static_cast<int32_t>(std::lround(twips / per));
+    return StoredNumber<int32_t>(std::round(std::clamp(twips / per, -1e9, 1e9)));
 }
 
 void ApplyFormProperties(Form& form, const PropertyBag& bag) {
     form.SetCaption(bag.ReadProperty("Caption", Variant(form.Name())).ToText().value_or(""));
     form.SetBackColor(
-        static_cast<OLE_COLOR>(static_cast<int64_t>(Number(bag, "BackColor", 0x8000000F))));
+        static_cast<OLE_COLOR>(StoredNumber<int64_t>(Number(bag, "BackColor", 0x8000000F))));
     form.SetForeColor(
-        static_cast<OLE_COLOR>(static_cast<int64_t>(Number(bag, "ForeColor", 0x80000012))));
-    form.SetBorderStyle(static_cast<FormBorderStyle>(Number(bag, "BorderStyle", 2)));
+        static_cast<OLE_COLOR>(StoredNumber<int64_t>(Number(bag, "ForeColor", 0x80000012))));
+    form.SetBorderStyle(static_cast<FormBorderStyle>(
+        std::clamp<int16_t>(StoredNumber<int16_t>(Number(bag, "BorderStyle", 2)), 0, 5)));
     form.SetControlBox(Flag(bag, "ControlBox", true));
     form.SetMaxButton(Flag(bag, "MaxButton", true));
     form.SetMinButton(Flag(bag, "MinButton", true));
     form.SetKeyPreview(Flag(bag, "KeyPreview", false));
-    form.SetScaleMode(static_cast<ScaleModeConstants>(Number(bag, "ScaleMode", 1)));
+    form.SetScaleMode(static_cast<ScaleModeConstants>(
+        std::clamp<int16_t>(StoredNumber<int16_t>(Number(bag, "ScaleMode", 1)), 0, 10)));
     form.SetShowInTaskBar(Flag(bag, "ShowInTaskbar", form.ShowInTaskBar()));
-    form.SetStartUpPosition(static_cast<int16_t>(Number(bag, "StartUpPosition", 3)));
+    form.SetStartUpPosition(StoredNumber<int16_t>(Number(bag, "StartUpPosition", 3)));
     form.SetTag(bag.ReadProperty("Tag", Variant("")).ToText().value_or(""));
     form.SetFont(ReadFontProperty(bag, "Font", DefaultFont()));
     if (auto icon = ReadPictureProperty(bag, "Icon")) {

@@ -50,13 +50,13 @@ StdFont ReadFontProperty(const PropertyBag& bag, std::string_view key, const Std
                      .ToDouble()
                      .value_or(fallback.Size()));
     font.SetCharset(
-        static_cast<int16_t>(stored->ReadProperty("Charset", Variant(int32_t{fallback.Charset()}))
-                                 .ToDouble()
-                                 .value_or(0)));
+        StoredNumber<int16_t>(stored->ReadProperty("Charset", Variant(int32_t{fallback.Charset()}))
+                                  .ToDouble()
+                                  .value_or(0)));
     font.SetWeight(
-        static_cast<int16_t>(stored->ReadProperty("Weight", Variant(int32_t{fallback.Weight()}))
-                                 .ToDouble()
-                                 .value_or(400)));
+        StoredNumber<int16_t>(stored->ReadProperty("Weight", Variant(int32_t{fallback.Weight()}))
+                                  .ToDouble()
+                                  .value_or(400)));
     font.SetUnderline(
         stored->ReadProperty("Underline", Variant(fallback.Underline())).ToBool().value_or(false));
     font.SetItalic(
@@ -179,14 +179,14 @@ float ToUnits(const Control& c, int32_t pixels, bool vertical) {
 int32_t ToPixels(const Control& c, double units, bool vertical) {
     const ScaleModeConstants mode = c.Container() == nullptr ? ScaleModeConstants::vbTwips
                                                              : c.Container()->ContainerScaleMode();
-    return static_cast<int32_t>(
-        std::lround(ScaleValue(units, mode, ScaleModeConstants::vbPixels, vertical)));
+    return StoredNumber<int32_t>(std::round(
+        std::clamp(ScaleValue(units, mode, ScaleModeConstants::vbPixels, vertical), -1e9, 1e9)));
 }
 
 template <typename T>
 T ReadNumber(const PropertyBag& bag, std::string_view key, T fallback) {
     const auto value = bag.ReadProperty(key, Variant(static_cast<double>(fallback))).ToDouble();
-    return value ? static_cast<T>(*value) : fallback;
+    return value ? StoredNumber<T>(*value) : fallback;
 }
 
 bool ReadBool(const PropertyBag& bag, std::string_view key, bool fallback) {
@@ -195,7 +195,8 @@ bool ReadBool(const PropertyBag& bag, std::string_view key, bool fallback) {
 
 OLE_COLOR ReadColor(const PropertyBag& bag, std::string_view key, OLE_COLOR fallback) {
     const auto value = bag.ReadProperty(key, Variant(static_cast<double>(fallback))).ToDouble();
-    return value ? static_cast<OLE_COLOR>(static_cast<int64_t>(*value)) : fallback;
+    // Colours are stored as Longs: system colours read as negative numbers.
+    return value ? static_cast<OLE_COLOR>(StoredNumber<int64_t>(*value)) : fallback;
 }
 
 void WriteColor(PropertyBag& bag, std::string_view key, OLE_COLOR value, OLE_COLOR fallback) {
@@ -836,7 +837,8 @@ void PictureBox::OnLoad(const PropertyBag& bag) {
     foreColor = ReadColor(bag, "ForeColor", 0x80000012);
     borderStyle = ReadNumber<int16_t>(bag, "BorderStyle", 1);
     font = ReadFontProperty(bag, "Font", DefaultFont());
-    scaleMode = static_cast<ScaleModeConstants>(ReadNumber<int16_t>(bag, "ScaleMode", 1));
+    scaleMode = static_cast<ScaleModeConstants>(
+        std::clamp<int16_t>(ReadNumber<int16_t>(bag, "ScaleMode", 1), 0, 10));
     picture = ReadPictureProperty(bag, "Picture");
     surface.SetFont(font);
     surface.SetForeColor(foreColor);

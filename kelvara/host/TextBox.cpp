@@ -435,15 +435,15 @@ void TextBox::OnLoad(const PropertyBag& bag) {
     const auto flag = [&](std::string_view key, bool fallback) {
         return bag.ReadProperty(key, Variant(fallback)).ToBool().value_or(fallback);
     };
-    maxLength = std::max(static_cast<int32_t>(number("MaxLength", 0)), 0);
+    maxLength = std::max(StoredNumber<int32_t>(number("MaxLength", 0)), 0);
     passwordChar = bag.ReadProperty("PasswordChar", Variant("")).ToText().value_or("");
     locked = flag("Locked", false);
-    alignment = static_cast<int16_t>(number("Alignment", 0));
+    alignment = StoredNumber<int16_t>(number("Alignment", 0));
     multiLine = flag("MultiLine", false);
-    scrollBars = static_cast<int16_t>(number("ScrollBars", 0));
-    backColor = static_cast<OLE_COLOR>(static_cast<int64_t>(number("BackColor", 0x80000005)));
-    foreColor = static_cast<OLE_COLOR>(static_cast<int64_t>(number("ForeColor", 0x80000008)));
-    borderStyle = static_cast<int16_t>(number("BorderStyle", 1));
+    scrollBars = StoredNumber<int16_t>(number("ScrollBars", 0));
+    backColor = static_cast<OLE_COLOR>(StoredNumber<int64_t>(number("BackColor", 0x80000005)));
+    foreColor = static_cast<OLE_COLOR>(StoredNumber<int64_t>(number("ForeColor", 0x80000008)));
+    borderStyle = StoredNumber<int16_t>(number("BorderStyle", 1));
     hideSelection = flag("HideSelection", true);
     font = ReadFontProperty(bag, "Font", DefaultFont());
     pendingText = bag.ReadProperty("Text", Variant(Name())).ToText().value_or("");

@@ -32,8 +32,10 @@ HWND CreateWindowEx(const WindowSpec& spec) {
     } else if (WindowApi::Find(spec.Parent) != nullptr) {
         w->owner = GetAncestorTop(spec.Parent);
     }
-    w->rect =
-        RECT{spec.X, spec.Y, spec.X + std::max(0, spec.Width), spec.Y + std::max(0, spec.Height)};
+    const int32_t x = std::clamp(spec.X, -kMaxWindowCoordinate, kMaxWindowCoordinate);
+    const int32_t y = std::clamp(spec.Y, -kMaxWindowCoordinate, kMaxWindowCoordinate);
+    w->rect = RECT{x, y, x + std::clamp(spec.Width, 0, kMaxWindowSide),
+                   y + std::clamp(spec.Height, 0, kMaxWindowSide)};
     w->restoreRect = w->rect;
     w->proc = spec.Proc;
     WindowApi::Resize(*w, w->Width(), w->Height());
@@ -505,6 +507,10 @@ bool SetWindowPos(HWND hwnd, HWND insertAfter, int32_t x, int32_t y, int32_t cx,
     if (w == nullptr) {
         return false;
     }
+    pos.x = std::clamp(pos.x, -kMaxWindowCoordinate, kMaxWindowCoordinate);
+    pos.y = std::clamp(pos.y, -kMaxWindowCoordinate, kMaxWindowCoordinate);
+    pos.cx = std::clamp(pos.cx, 0, kMaxWindowSide);
+    pos.cy = std::clamp(pos.cy, 0, kMaxWindowSide);
     const bool moved = pos.x != w->rect.Left || pos.y != w->rect.Top;
     const bool sized = pos.cx != w->Width() || pos.cy != w->Height();
     const RECT before = w->rect;

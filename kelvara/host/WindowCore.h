@@ -142,6 +142,11 @@ private:
 };
 
 // --- Windows --------------------------------------------------------------
+// Sizes and places are kept within these, whatever a caller asks for: a
+// window's picture then stays under 256 MB and no edge overflows.
+inline constexpr int32_t kMaxWindowSide = 8192;
+inline constexpr int32_t kMaxWindowCoordinate = 1 << 24;
+
 HWND CreateWindowEx(const WindowSpec& spec);
 HWND CreateWindowEx(uint32_t exStyle, std::string_view className, std::string_view windowName,
                     uint32_t style, int32_t x, int32_t y, int32_t width, int32_t height,

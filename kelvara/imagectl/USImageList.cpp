@@ -1,5 +1,6 @@
 #include "kelvara/imagectl/USImageList.h"
 
+#include <algorithm>
 #include <string>
 
 #include "kelvara/base/Error.h"
@@ -33,8 +34,11 @@ void USImageList::UserControl_InitProperties() {
 
 void USImageList::UserControl_ReadProperties(PropertyBag& PropBag) {
     userMode = Ambient().UserMode;
-    const int32_t count = static_cast<int32_t>(
-        PropBag.ReadProperty("Count", Variant(int32_t{0})).ToDouble().value_or(0));
+    // No bag holds more lists than it has keys, however large "Count" says.
+    const int32_t count =
+        std::min(StoredNumber<int32_t>(
+                     PropBag.ReadProperty("Count", Variant(int32_t{0})).ToDouble().value_or(0)),
+                 static_cast<int32_t>(PropBag.Keys().size()));
     for (int32_t i = 1; i <= count; ++i) {
         const Variant stored = PropBag.ReadProperty("Img" + std::to_string(i), Variant());
         const ByteArray* bytes = stored.Get<ByteArray>();
