@@ -302,6 +302,56 @@ void Control::SetCancel(bool value) {
     isCancel = value;
 }
 
+int16_t ShiftKeysDown() {
+    int16_t shift = 0;
+    if (GetKeyState(VK_SHIFT) < 0) {
+        shift |= vbShiftMask;
+    }
+    if (GetKeyState(VK_CONTROL) < 0) {
+        shift |= vbCtrlMask;
+    }
+    if (GetKeyState(VK_MENU) < 0) {
+        shift |= vbAltMask;
+    }
+    return shift;
+}
+
+HWND Control::CreateSiteWindow(std::string_view className, WNDPROC proc) {
+    const POINT origin = container->ClientOrigin();
+    siteWindow =
+        CreateWindowEx(0, className, name, WS_CHILD | WS_CLIPSIBLINGS, origin.X + bounds.Left,
+                       origin.Y + bounds.Top, bounds.Right - bounds.Left,
+                       bounds.Bottom - bounds.Top, container->ContainerWindow(), std::move(proc));
+    return siteWindow;
+}
+
+void Control::DestroySiteWindow() {
+    if (siteWindow != 0) {
+        DestroyWindow(std::exchange(siteWindow, 0));
+    }
+}
+
+void Control::OnBoundsChanged() {
+    if (siteWindow == 0) {
+        return;
+    }
+    const POINT origin = container->ClientOrigin();
+    MoveWindow(siteWindow, origin.X + bounds.Left, origin.Y + bounds.Top,
+               bounds.Right - bounds.Left, bounds.Bottom - bounds.Top, true);
+}
+
+void Control::OnVisibleChanged() {
+    if (siteWindow != 0) {
+        ShowWindow(siteWindow, visible ? SW_SHOWNA : SW_HIDE);
+    }
+}
+
+void Control::OnEnabledChanged() {
+    if (siteWindow != 0) {
+        EnableWindow(siteWindow, enabled);
+    }
+}
+
 void Control::SetFocus() {
     if (hWnd() != 0) {
         ::kelvara::SetFocus(hWnd());

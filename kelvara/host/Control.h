@@ -27,6 +27,7 @@
 #include "kelvara/gfx/Canvas.h"
 #include "kelvara/gfx/StdFont.h"
 #include "kelvara/host/Win32.h"
+#include "kelvara/host/WindowCore.h"
 #include "kelvara/image/ImageTypes.h"
 
 namespace kelvara {
@@ -161,6 +162,10 @@ T StoredNumber(double value) {
                            : static_cast<T>(value);
 }
 
+// The shift keys held now, as events pass them (vbShiftMask, vbCtrlMask,
+// vbAltMask).
+int16_t ShiftKeysDown();
+
 // Makes controls by type name. The runtime's own intrinsic controls are
 // known from the start; control libraries add theirs.
 using ControlMaker = std::function<std::unique_ptr<Control>()>;
@@ -285,11 +290,19 @@ protected:
     virtual void OnSave(PropertyBag&) const {}
     // After the properties: the first resize.
     virtual void OnReady() {}
-    virtual void OnBoundsChanged() {}
-    virtual void OnVisibleChanged() {}
-    virtual void OnEnabledChanged() {}
+    virtual void OnBoundsChanged();
+    virtual void OnVisibleChanged();
+    virtual void OnEnabledChanged();
     // Before the control goes: its Terminate.
-    virtual void OnTerminate() {}
+    virtual void OnTerminate() { DestroySiteWindow(); }
+
+    // A windowed control's outer window: made at the control's place in its
+    // container, then kept in step with the extender's rectangle,
+    // visibility and enabled state, and destroyed at Terminate (the
+    // defaults of the On... calls below act on it).
+    HWND CreateSiteWindow(std::string_view className, WNDPROC proc);
+    HWND SiteWindow() const { return siteWindow; }
+    void DestroySiteWindow();
 
     // The container's scale unit per pixel.
     double ToContainer(int32_t pixels, bool vertical) const;
@@ -313,6 +326,7 @@ private:
     bool isDefault = false;
     bool isCancel = false;
     bool stored = false;
+    HWND siteWindow = 0;
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 };
 

@@ -14,6 +14,18 @@ COLORREF TranslateOleColor(OLE_COLOR color) {
     return color & 0xFFFFFF;
 }
 
+void DrawSunkenEdge(Canvas& dc, const RECT& box) {
+    const auto edge = [&](int32_t inset, COLORREF topLeft, COLORREF bottomRight) {
+        const RECT r{box.Left + inset, box.Top + inset, box.Right - inset, box.Bottom - inset};
+        dc.FillRect(RECT{r.Left, r.Top, r.Right, r.Top + 1}, topLeft);
+        dc.FillRect(RECT{r.Left, r.Top, r.Left + 1, r.Bottom}, topLeft);
+        dc.FillRect(RECT{r.Left, r.Bottom - 1, r.Right, r.Bottom}, bottomRight);
+        dc.FillRect(RECT{r.Right - 1, r.Top, r.Right, r.Bottom}, bottomRight);
+    };
+    edge(0, GetSysColor(COLOR_BTNSHADOW), GetSysColor(COLOR_BTNHIGHLIGHT));
+    edge(1, GetSysColor(COLOR_3DDKSHADOW), GetSysColor(COLOR_BTNFACE));
+}
+
 void DrawingSurface::Attach(HWND hwnd, const RECT& where, OLE_COLOR backColor) {
     window = hwnd;
     image.Reset();

@@ -30,6 +30,10 @@ namespace kelvara {
 // value in the classic scheme.
 COLORREF TranslateOleColor(OLE_COLOR color);
 
+// The host's sunken 3-D edge, two pixels inside `box`: shadow and dark
+// shadow above and left, highlight and face below and right.
+void DrawSunkenEdge(Canvas& dc, const RECT& box);
+
 class DrawingSurface {
 public:
     DrawingSurface() = default;

@@ -32,20 +32,6 @@ std::vector<Form*>& LoadedForms() {
     return forms;
 }
 
-int16_t ShiftNow() {
-    int16_t shift = 0;
-    if (GetKeyState(VK_SHIFT) < 0) {
-        shift |= vbShiftMask;
-    }
-    if (GetKeyState(VK_CONTROL) < 0) {
-        shift |= vbCtrlMask;
-    }
-    if (GetKeyState(VK_MENU) < 0) {
-        shift |= vbAltMask;
-    }
-    return shift;
-}
-
 bool In(const RECT& r, POINT p) {
     return p.X >= r.Left && p.X < r.Right && p.Y >= r.Top && p.Y < r.Bottom;
 }
@@ -717,30 +703,17 @@ bool Form::FilterKey(const MSG& msg) {
     }
     const std::weak_ptr<bool> token = alive;
     if (keyPreview && msg.hwnd != window) {
-        if (m == WM_CHAR) {
-            auto keyAscii = static_cast<int16_t>(msg.wParam <= 0x7FFF ? msg.wParam : '?');
-            KeyPress(keyAscii);
-            if (token.expired() || keyAscii == 0) {
-                return true;
-            }
-        } else {
-            auto keyCode = static_cast<int16_t>(msg.wParam);
-            int16_t shift = ShiftNow();
-            if (keyDown) {
-                KeyDown(keyCode, shift);
-            } else {
-                KeyUp(keyCode, shift);
-            }
-            if (token.expired() || keyCode == 0) {
-                return true;
-            }
+        int16_t key = 0;
+        RaiseKey(m, msg.wParam, key);
+        if (token.expired() || key == 0) {
+            return true;
         }
     }
     if (!keyDown || mode == FormMode::Design) {
         return false;
     }
     const auto vk = static_cast<int32_t>(msg.wParam);
-    const int16_t shift = ShiftNow();
+    const int16_t shift = ShiftKeysDown();
     Control* focused = ActiveControl();
     const bool wanted = focused != nullptr && focused->WantsKey(vk);
     if (vk == VK_TAB && (shift & (vbCtrlMask | vbAltMask)) == 0 && !wanted) {
@@ -907,24 +880,15 @@ LRESULT Form::WindowProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam) 
         case WM_SYSKEYDOWN:
         case WM_KEYUP:
         case WM_SYSKEYUP:
+        case WM_CHAR:
+            // With KeyPreview the filter has raised them already.
             if (!keyPreview) {
-                auto keyCode = static_cast<int16_t>(wParam);
-                int16_t shift = ShiftNow();
-                if (msg == WM_KEYDOWN || msg == WM_SYSKEYDOWN) {
-                    KeyDown(keyCode, shift);
-                } else {
-                    KeyUp(keyCode, shift);
-                }
+                int16_t key = 0;
+                RaiseKey(msg, wParam, key);
             }
             return msg == WM_SYSKEYDOWN || msg == WM_SYSKEYUP
                        ? DefWindowProc(hwnd, msg, wParam, lParam)
                        : 0;
-        case WM_CHAR:
-            if (!keyPreview) {
-                auto keyAscii = static_cast<int16_t>(wParam <= 0x7FFF ? wParam : '?');
-                KeyPress(keyAscii);
-            }
-            return 0;
         default:
             return DefWindowProc(hwnd, msg, wParam, lParam);
     }
@@ -977,7 +941,7 @@ void Form::MouseMessage(uint32_t msg, WPARAM wParam, LPARAM lParam) {
     } else if (msg == WM_MBUTTONDOWN || msg == WM_MBUTTONUP) {
         button = vbMiddleButton;
     }
-    int16_t shift = ShiftNow();
+    int16_t shift = ShiftKeysDown();
     Control* target = mouseOver;
     if (target == nullptr) {
         for (auto it = controls.end(); it != controls.begin();) {

@@ -31,6 +31,7 @@
 #include "kelvara/gfx/StdFont.h"
 #include "kelvara/host/Control.h"
 #include "kelvara/host/DrawingSurface.h"
+#include "kelvara/host/Intrinsics.h"
 #include "kelvara/host/Win32.h"
 
 namespace kelvara {
@@ -62,7 +63,7 @@ enum class FormMode {
     Design
 };
 
-class Form : public ControlContainer {
+class Form : public ControlContainer, public KeyEvents {
 public:
     explicit Form(std::string name = "Form1", FormMode mode = FormMode::Run);
     ~Form() override;
@@ -169,9 +170,6 @@ public:
     Event<> Terminate;
     Event<> Click;
     Event<> DblClick;
-    Event<int16_t& /*KeyCode*/, int16_t& /*Shift*/> KeyDown;
-    Event<int16_t& /*KeyAscii*/> KeyPress;
-    Event<int16_t& /*KeyCode*/, int16_t& /*Shift*/> KeyUp;
     Event<int16_t&, int16_t&, float&, float&> MouseDown;
     Event<int16_t&, int16_t&, float&, float&> MouseMove;
     Event<int16_t&, int16_t&, float&, float&> MouseUp;

@@ -168,6 +168,27 @@ void MouseEvents::RaiseMouse(uint32_t msg, int16_t button, int16_t shift, float 
     }
 }
 
+bool KeyEvents::IsKeyMessage(uint32_t msg) {
+    return msg == WM_KEYDOWN || msg == WM_SYSKEYDOWN || msg == WM_KEYUP || msg == WM_SYSKEYUP ||
+           msg == WM_CHAR;
+}
+
+void KeyEvents::RaiseKey(uint32_t msg, WPARAM wParam, int16_t& key) {
+    if (msg == WM_CHAR) {
+        // Characters past the 16-bit range arrive as "?", as on the host.
+        key = static_cast<int16_t>(wParam <= 0x7FFF ? wParam : '?');
+        KeyPress(key);
+        return;
+    }
+    key = static_cast<int16_t>(wParam);
+    int16_t shift = ShiftKeysDown();
+    if (msg == WM_KEYDOWN || msg == WM_SYSKEYDOWN) {
+        KeyDown(key, shift);
+    } else {
+        KeyUp(key, shift);
+    }
+}
+
 namespace {
 
 float ToUnits(const Control& c, int32_t pixels, bool vertical) {
@@ -613,26 +634,17 @@ void Image::OnSave(PropertyBag& bag) const {
 
 PictureBox::PictureBox() : Control("VB.PictureBox") {}
 
-PictureBox::~PictureBox() {
-    if (window != 0) {
-        DestroyWindow(std::exchange(window, 0));
-    }
-}
-
 RECT PictureBox::Inner() const {
     RECT client{0, 0, 0, 0};
-    GetClientRect(window, client);
+    GetClientRect(hWnd(), client);
     const int32_t border = borderStyle == 1 ? 2 : 0;
     return RECT{border, border, std::max(client.Right - border, border),
                 std::max(client.Bottom - border, border)};
 }
 
 void PictureBox::OnSited() {
-    const POINT origin = Container()->ClientOrigin();
-    const RECT& b = Bounds();
-    window = CreateWindowEx(
-        0, "ThunderPictureBoxDC", Name(), WS_CHILD | WS_CLIPSIBLINGS, origin.X + b.Left,
-        origin.Y + b.Top, b.Right - b.Left, b.Bottom - b.Top, Container()->ContainerWindow(),
+    const HWND window = CreateSiteWindow(
+        "ThunderPictureBoxDC",
         [this](HWND h, uint32_t m, WPARAM w, LPARAM l) { return WindowProc(h, m, w, l); });
     font = Container()->ContainerFont();
     surface.SetFont(font);
@@ -643,34 +655,6 @@ void PictureBox::OnSited() {
 void PictureBox::OnReady() {
     surface.SetArea(Inner(), backColor);
     Resize();
-}
-
-void PictureBox::OnBoundsChanged() {
-    if (window == 0) {
-        return;
-    }
-    const POINT origin = Container()->ClientOrigin();
-    const RECT& b = Bounds();
-    MoveWindow(window, origin.X + b.Left, origin.Y + b.Top, b.Right - b.Left, b.Bottom - b.Top,
-               true);
-}
-
-void PictureBox::OnVisibleChanged() {
-    if (window != 0) {
-        ShowWindow(window, Visible() ? SW_SHOWNA : SW_HIDE);
-    }
-}
-
-void PictureBox::OnEnabledChanged() {
-    if (window != 0) {
-        EnableWindow(window, Enabled());
-    }
-}
-
-void PictureBox::OnTerminate() {
-    if (window != 0) {
-        DestroyWindow(std::exchange(window, 0));
-    }
 }
 
 void PictureBox::SetBackColor(OLE_COLOR value) {
@@ -691,9 +675,9 @@ void PictureBox::SetFont(const StdFont& value) {
 
 void PictureBox::SetBorderStyle(int16_t value) {
     borderStyle = value;
-    if (window != 0) {
+    if (hWnd() != 0) {
         surface.SetArea(Inner(), backColor);
-        InvalidateRect(window, nullptr, true);
+        InvalidateRect(hWnd(), nullptr, true);
     }
 }
 
@@ -732,17 +716,7 @@ LRESULT PictureBox::WindowProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lP
             RECT client;
             GetClientRect(hwnd, client);
             if (borderStyle == 1) {
-                // A sunken edge: shadow and dark shadow above and left,
-                // light and highlight below and right.
-                const auto edge = [&](int32_t inset, COLORREF topLeft, COLORREF bottomRight) {
-                    const RECT r{inset, inset, client.Right - inset, client.Bottom - inset};
-                    dc->FillRect(RECT{r.Left, r.Top, r.Right, r.Top + 1}, topLeft);
-                    dc->FillRect(RECT{r.Left, r.Top, r.Left + 1, r.Bottom}, topLeft);
-                    dc->FillRect(RECT{r.Left, r.Bottom - 1, r.Right, r.Bottom}, bottomRight);
-                    dc->FillRect(RECT{r.Right - 1, r.Top, r.Right, r.Bottom}, bottomRight);
-                };
-                edge(0, GetSysColor(COLOR_BTNSHADOW), GetSysColor(COLOR_BTNHIGHLIGHT));
-                edge(1, GetSysColor(COLOR_3DDKSHADOW), GetSysColor(COLOR_BTNFACE));
+                DrawSunkenEdge(*dc, client);
             }
             surface.ShowImage(*dc);
             if (picture && !picture->Empty()) {
@@ -768,21 +742,10 @@ LRESULT PictureBox::WindowProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lP
         case WM_KEYDOWN:
         case WM_SYSKEYDOWN:
         case WM_KEYUP:
-        case WM_SYSKEYUP: {
-            auto keyCode = static_cast<int16_t>(wParam);
-            int16_t shift = static_cast<int16_t>((GetKeyState(VK_SHIFT) < 0 ? vbShiftMask : 0) |
-                                                 (GetKeyState(VK_CONTROL) < 0 ? vbCtrlMask : 0) |
-                                                 (GetKeyState(VK_MENU) < 0 ? vbAltMask : 0));
-            if (msg == WM_KEYDOWN || msg == WM_SYSKEYDOWN) {
-                KeyDown(keyCode, shift);
-            } else {
-                KeyUp(keyCode, shift);
-            }
-            return 0;
-        }
+        case WM_SYSKEYUP:
         case WM_CHAR: {
-            auto keyAscii = static_cast<int16_t>(wParam <= 0x7FFF ? wParam : '?');
-            KeyPress(keyAscii);
+            int16_t key = 0;
+            RaiseKey(msg, wParam, key);
             return 0;
         }
         case WM_MOUSEMOVE:
@@ -815,10 +778,7 @@ LRESULT PictureBox::WindowProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lP
             const bool inside = GET_X_LPARAM(lParam) >= 0 && GET_Y_LPARAM(lParam) >= 0 &&
                                 GET_X_LPARAM(lParam) < client.Right &&
                                 GET_Y_LPARAM(lParam) < client.Bottom;
-            const int16_t shift =
-                static_cast<int16_t>((GetKeyState(VK_SHIFT) < 0 ? vbShiftMask : 0) |
-                                     (GetKeyState(VK_CONTROL) < 0 ? vbCtrlMask : 0) |
-                                     (GetKeyState(VK_MENU) < 0 ? vbAltMask : 0));
+            const int16_t shift = ShiftKeysDown();
             RaiseMouse(
                 msg, button, shift,
                 static_cast<float>(ScaleValue(x, ScaleModeConstants::vbPixels, scaleMode, false)),

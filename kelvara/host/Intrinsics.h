@@ -54,6 +54,23 @@ private:
     bool afterDblClick = false;
 };
 
+// The key events of controls with a window and the form: KeyDown, KeyPress
+// (from the character) and KeyUp, each of which may change the key or eat
+// it by setting it to 0.
+class KeyEvents {
+public:
+    Event<int16_t& /*KeyCode*/, int16_t& /*Shift*/> KeyDown;
+    Event<int16_t& /*KeyAscii*/> KeyPress;
+    Event<int16_t& /*KeyCode*/, int16_t& /*Shift*/> KeyUp;
+
+protected:
+    // Raises the event a key message stands for (WM_KEYDOWN, WM_SYSKEYDOWN,
+    // WM_KEYUP, WM_SYSKEYUP, WM_CHAR); false for other messages. `key`
+    // comes back as the handlers left it (0: eaten).
+    static bool IsKeyMessage(uint32_t msg);
+    void RaiseKey(uint32_t msg, WPARAM wParam, int16_t& key);
+};
+
 // A windowless control's face: font, colours, and the container to repaint.
 class Label : public Control, public MouseEvents {
 public:
@@ -219,12 +236,11 @@ private:
     bool stretch = false;
 };
 
-class PictureBox : public Control, public MouseEvents {
+class PictureBox : public Control, public MouseEvents, public KeyEvents {
 public:
     PictureBox();
-    ~PictureBox() override;
 
-    HWND hWnd() const override { return window; }
+    HWND hWnd() const override { return SiteWindow(); }
     bool AutoRedraw() const { return surface.AutoRedraw(); }
     void SetAutoRedraw(bool value) { surface.SetAutoRedraw(value); }
     Canvas& hDC() { return surface.hDC(); }
@@ -252,25 +268,17 @@ public:
     Event<> Resize;
     Event<> GotFocus;
     Event<> LostFocus;
-    Event<int16_t& /*KeyCode*/, int16_t& /*Shift*/> KeyDown;
-    Event<int16_t& /*KeyAscii*/> KeyPress;
-    Event<int16_t& /*KeyCode*/, int16_t& /*Shift*/> KeyUp;
 
 protected:
     void OnSited() override;
     void OnLoad(const PropertyBag& bag) override;
     void OnSave(PropertyBag& bag) const override;
     void OnReady() override;
-    void OnBoundsChanged() override;
-    void OnVisibleChanged() override;
-    void OnEnabledChanged() override;
-    void OnTerminate() override;
 
 private:
     LRESULT WindowProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam);
     RECT Inner() const;
 
-    HWND window = 0;
     DrawingSurface surface;
     OLE_COLOR backColor = 0x8000000F;
     OLE_COLOR foreColor = 0x80000012;

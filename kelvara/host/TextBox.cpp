@@ -13,12 +13,6 @@ namespace {
 
 constexpr int32_t kBorder = 2;
 
-int16_t ShiftNow() {
-    return static_cast<int16_t>((GetKeyState(VK_SHIFT) < 0 ? vbShiftMask : 0) |
-                                (GetKeyState(VK_CONTROL) < 0 ? vbCtrlMask : 0) |
-                                (GetKeyState(VK_MENU) < 0 ? vbAltMask : 0));
-}
-
 HFONT FontHandle(const StdFont& font) {
     LOGFONT log;
     log.lfHeight = font.PixelHeight();
@@ -51,7 +45,7 @@ EditControl* TextBox::Edit() const {
 
 RECT TextBox::Inner() const {
     RECT client{0, 0, 0, 0};
-    GetClientRect(frame, client);
+    GetClientRect(SiteWindow(), client);
     const int32_t b = borderStyle == 1 ? kBorder : 0;
     return RECT{b, b, std::max(client.Right - b, b), std::max(client.Bottom - b, b)};
 }
@@ -59,12 +53,9 @@ RECT TextBox::Inner() const {
 // --- Life -------------------------------------------------------------------------
 
 void TextBox::OnSited() {
-    const POINT origin = Container()->ClientOrigin();
-    const RECT& b = Bounds();
-    frame = CreateWindowEx(
-        0, "ThunderTextBoxFrame", Name(), WS_CHILD | WS_CLIPSIBLINGS, origin.X + b.Left,
-        origin.Y + b.Top, b.Right - b.Left, b.Bottom - b.Top, Container()->ContainerWindow(),
-        [this](HWND h, uint32_t m, WPARAM w, LPARAM l) { return FrameProc(h, m, w, l); });
+    CreateSiteWindow("ThunderTextBoxFrame", [this](HWND h, uint32_t m, WPARAM w, LPARAM l) {
+        return FrameProc(h, m, w, l);
+    });
     font = Container()->ContainerFont();
     MakeEdit(pendingText);
 }
@@ -94,7 +85,7 @@ void TextBox::MakeEdit(std::string text) {
     spec.Y = in.Top;
     spec.Width = in.Right - in.Left;
     spec.Height = in.Bottom - in.Top;
-    spec.Parent = frame;
+    spec.Parent = SiteWindow();
     edit = CreateEditControl(spec);
     if (edit == 0) {
         return;
@@ -131,41 +122,23 @@ void TextBox::OnInitNew() {
 }
 
 void TextBox::OnReady() {
-    if (frame != 0) {
+    if (SiteWindow() != 0) {
         MoveWindow(edit, Inner().Left, Inner().Top, Inner().Right - Inner().Left,
                    Inner().Bottom - Inner().Top, true);
     }
 }
 
-void TextBox::OnBoundsChanged() {
-    if (frame == 0) {
-        return;
-    }
-    const POINT origin = Container()->ClientOrigin();
-    const RECT& b = Bounds();
-    MoveWindow(frame, origin.X + b.Left, origin.Y + b.Top, b.Right - b.Left, b.Bottom - b.Top,
-               true);
-}
-
-void TextBox::OnVisibleChanged() {
-    if (frame != 0) {
-        ShowWindow(frame, Visible() ? SW_SHOWNA : SW_HIDE);
-    }
-}
-
 void TextBox::OnEnabledChanged() {
-    if (frame != 0) {
-        EnableWindow(frame, Enabled());
+    Control::OnEnabledChanged();
+    if (edit != 0) {
         EnableWindow(edit, Enabled());
-        InvalidateRect(frame, nullptr, true);
+        InvalidateRect(SiteWindow(), nullptr, true);
     }
 }
 
 void TextBox::OnTerminate() {
     edit = 0;  // goes with its parent
-    if (frame != 0) {
-        DestroyWindow(std::exchange(frame, 0));
-    }
+    DestroySiteWindow();
 }
 
 // --- Properties ---------------------------------------------------------------------
@@ -249,14 +222,14 @@ void TextBox::SetMultiLine(bool value) {
         return;
     }
     multiLine = value;
-    if (frame != 0) {
+    if (SiteWindow() != 0) {
         MakeEdit(Text());
     }
 }
 
 void TextBox::SetScrollBars(int16_t value) {
     scrollBars = value;
-    if (frame != 0 && multiLine) {
+    if (SiteWindow() != 0 && multiLine) {
         MakeEdit(Text());
     }
 }
@@ -278,16 +251,16 @@ void TextBox::SetFont(const StdFont& value) {
 
 void TextBox::SetBorderStyle(int16_t value) {
     borderStyle = value;
-    if (frame != 0) {
+    if (SiteWindow() != 0) {
         const RECT in = Inner();
         MoveWindow(edit, in.Left, in.Top, in.Right - in.Left, in.Bottom - in.Top, true);
-        InvalidateRect(frame, nullptr, true);
+        InvalidateRect(SiteWindow(), nullptr, true);
     }
 }
 
 void TextBox::SetHideSelection(bool value) {
     hideSelection = value;
-    if (frame != 0) {
+    if (SiteWindow() != 0) {
         MakeEdit(Text());
     }
 }
@@ -297,7 +270,7 @@ bool TextBox::WantsKey(int32_t vk) const {
 }
 
 bool TextBox::OwnsWindow(HWND hwnd) const {
-    return hwnd != 0 && (hwnd == edit || hwnd == frame);
+    return hwnd != 0 && (hwnd == edit || hwnd == SiteWindow());
 }
 
 // --- Messages ------------------------------------------------------------------------
@@ -312,17 +285,7 @@ LRESULT TextBox::FrameProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam
             if (dc != nullptr && borderStyle == 1) {
                 RECT client;
                 GetClientRect(hwnd, client);
-                // The sunken edge: shadow and dark shadow above and left,
-                // highlight and face below and right.
-                const auto edge = [&](int32_t inset, COLORREF topLeft, COLORREF bottomRight) {
-                    const RECT r{inset, inset, client.Right - inset, client.Bottom - inset};
-                    dc->FillRect(RECT{r.Left, r.Top, r.Right, r.Top + 1}, topLeft);
-                    dc->FillRect(RECT{r.Left, r.Top, r.Left + 1, r.Bottom}, topLeft);
-                    dc->FillRect(RECT{r.Left, r.Bottom - 1, r.Right, r.Bottom}, bottomRight);
-                    dc->FillRect(RECT{r.Right - 1, r.Top, r.Right, r.Bottom}, bottomRight);
-                };
-                edge(0, GetSysColor(COLOR_BTNSHADOW), GetSysColor(COLOR_BTNHIGHLIGHT));
-                edge(1, GetSysColor(COLOR_3DDKSHADOW), GetSysColor(COLOR_BTNFACE));
+                DrawSunkenEdge(*dc, client);
             }
             EndPaint(hwnd, ps);
             return 0;
@@ -358,36 +321,21 @@ LRESULT TextBox::EditHook(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam,
         case WM_KEYDOWN:
         case WM_SYSKEYDOWN:
         case WM_KEYUP:
-        case WM_SYSKEYUP: {
-            auto keyCode = static_cast<int16_t>(wParam);
-            int16_t shift = ShiftNow();
-            if (msg == WM_KEYDOWN || msg == WM_SYSKEYDOWN) {
-                KeyDown(keyCode, shift);
-            } else {
-                KeyUp(keyCode, shift);
-            }
-            if (token.expired() || keyCode == 0) {
-                handled = true;
-                return 0;
-            }
-            if (keyCode != static_cast<int16_t>(wParam)) {
-                // A changed key goes on in place of the typed one.
-                handled = true;
-                return CallNextHook(hwnd, msg, static_cast<WPARAM>(keyCode), lParam);
-            }
-            return 0;
-        }
+        case WM_SYSKEYUP:
         case WM_CHAR: {
-            auto keyAscii = static_cast<int16_t>(wParam <= 0x7FFF ? wParam : '?');
-            const bool wide = wParam > 0x7FFF;
-            KeyPress(keyAscii);
-            if (token.expired() || keyAscii == 0) {
+            int16_t key = 0;
+            RaiseKey(msg, wParam, key);
+            if (token.expired() || key == 0) {
                 handled = true;
                 return 0;
             }
-            if (!wide && keyAscii != static_cast<int16_t>(wParam)) {
+            // A changed key goes on in place of the typed one (a character
+            // past 16 bits only when nobody changed it).
+            const bool wide = msg == WM_CHAR && wParam > 0x7FFF;
+            if (!wide && key != static_cast<int16_t>(wParam)) {
                 handled = true;
-                return CallNextHook(hwnd, msg, static_cast<WPARAM>(keyAscii), lParam);
+                return CallNextHook(hwnd, msg, static_cast<WPARAM>(static_cast<uint16_t>(key)),
+                                    lParam);
             }
             return 0;
         }
@@ -412,7 +360,7 @@ LRESULT TextBox::EditHook(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam,
             const ScaleModeConstants mode = Container() == nullptr
                                                 ? ScaleModeConstants::vbTwips
                                                 : Container()->ContainerScaleMode();
-            RaiseMouse(msg, button, ShiftNow(),
+            RaiseMouse(msg, button, ShiftKeysDown(),
                        static_cast<float>(ScaleValue(x, ScaleModeConstants::vbPixels, mode, false)),
                        static_cast<float>(ScaleValue(y, ScaleModeConstants::vbPixels, mode, true)),
                        inside, token);

@@ -19,7 +19,7 @@ namespace kelvara {
 
 class EditControl;
 
-class TextBox : public Control, public MouseEvents {
+class TextBox : public Control, public MouseEvents, public KeyEvents {
 public:
     TextBox();
     ~TextBox() override;
@@ -69,9 +69,6 @@ public:
     Event<> Change;
     Event<> GotFocus;
     Event<> LostFocus;
-    Event<int16_t& /*KeyCode*/, int16_t& /*Shift*/> KeyDown;
-    Event<int16_t& /*KeyAscii*/> KeyPress;
-    Event<int16_t& /*KeyCode*/, int16_t& /*Shift*/> KeyUp;
 
     bool WantsKey(int32_t vk) const override;
     bool OwnsWindow(HWND hwnd) const override;
@@ -82,8 +79,6 @@ protected:
     void OnLoad(const PropertyBag& bag) override;
     void OnSave(PropertyBag& bag) const override;
     void OnReady() override;
-    void OnBoundsChanged() override;
-    void OnVisibleChanged() override;
     void OnEnabledChanged() override;
     void OnTerminate() override;
 
@@ -94,7 +89,6 @@ private:
     LRESULT EditHook(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam, bool& handled);
     RECT Inner() const;
 
-    HWND frame = 0;
     HWND edit = 0;
     std::string pendingText;
     int32_t maxLength = 0;

@@ -44,11 +44,8 @@ UserControl::~UserControl() {
 // --- Life ---------------------------------------------------------------------
 
 void UserControl::OnSited() {
-    const POINT origin = Container()->ClientOrigin();
-    const RECT& b = Bounds();
-    window = CreateWindowEx(
-        0, "ThunderUserControl", Name(), WS_CHILD | WS_CLIPSIBLINGS, origin.X + b.Left,
-        origin.Y + b.Top, b.Right - b.Left, b.Bottom - b.Top, Container()->ContainerWindow(),
+    const HWND window = CreateSiteWindow(
+        "ThunderUserControl",
         [this](HWND h, uint32_t m, WPARAM w, LPARAM l) { return WindowProc(h, m, w, l); });
     Windows()[window] = this;
     font = Container()->ContainerFont();
@@ -80,33 +77,17 @@ void UserControl::OnReady() {
     UserControl_Resize();
 }
 
-void UserControl::OnBoundsChanged() {
-    if (window == 0) {
-        return;
-    }
-    const POINT origin = Container()->ClientOrigin();
-    const RECT& b = Bounds();
-    MoveWindow(window, origin.X + b.Left, origin.Y + b.Top, b.Right - b.Left, b.Bottom - b.Top,
-               true);
-}
-
 void UserControl::OnVisibleChanged() {
-    if (window == 0) {
+    if (hWnd() == 0) {
         return;
     }
-    ShowWindow(window, Visible() ? SW_SHOWNA : SW_HIDE);
+    Control::OnVisibleChanged();
     Form* form = Parent();
     const bool formShown = form != nullptr && form->Visible();
     if (Visible() && formShown) {
         RaiseShow();
     } else if (!Visible()) {
         RaiseHide();
-    }
-}
-
-void UserControl::OnEnabledChanged() {
-    if (window != 0) {
-        EnableWindow(window, Enabled());
     }
 }
 
@@ -117,11 +98,8 @@ void UserControl::OnTerminate() {
     terminated = true;
     UserControl_Terminate();
     controls.Clear();
-    if (window != 0) {
-        const HWND gone = std::exchange(window, 0);
-        Windows().erase(gone);
-        DestroyWindow(gone);
-    }
+    Windows().erase(hWnd());
+    DestroySiteWindow();
 }
 
 void UserControl::RaiseShow() {
@@ -244,8 +222,8 @@ AmbientProperties UserControl::Ambient() const {
 }
 
 void UserControl::InvalidateWindowless(const RECT& pixels) {
-    if (window != 0) {
-        InvalidateRect(window, &pixels, true);
+    if (hWnd() != 0) {
+        InvalidateRect(hWnd(), &pixels, true);
     }
 }
 
@@ -292,14 +270,14 @@ bool UserControl::OwnsWindow(HWND hwnd) const {
 }
 
 void UserControl::SetFocus() {
-    if (window != 0 && canGetFocus) {
-        ::kelvara::SetFocus(window);
+    if (hWnd() != 0 && canGetFocus) {
+        ::kelvara::SetFocus(hWnd());
     }
 }
 
 RECT UserControl::ClientArea() const {
     RECT client{0, 0, 0, 0};
-    GetClientRect(window, client);
+    GetClientRect(hWnd(), client);
     return client;
 }
 
@@ -326,7 +304,7 @@ void UserControl::ControlAdded(Control& control) {
 
 bool UserControl::Inside(HWND hwnd) const {
     for (HWND h = hwnd; h != 0; h = GetParent(h)) {
-        if (h == window) {
+        if (h == hWnd()) {
             return true;
         }
     }
@@ -334,20 +312,6 @@ bool UserControl::Inside(HWND hwnd) const {
 }
 
 // --- Messages ---------------------------------------------------------------------
-
-int16_t UserControl::ShiftNow() const {
-    int16_t shift = 0;
-    if (GetKeyState(VK_SHIFT) < 0) {
-        shift |= vbShiftMask;
-    }
-    if (GetKeyState(VK_CONTROL) < 0) {
-        shift |= vbCtrlMask;
-    }
-    if (GetKeyState(VK_MENU) < 0) {
-        shift |= vbAltMask;
-    }
-    return shift;
-}
 
 LRESULT UserControl::WindowProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam) {
     switch (msg) {
@@ -448,7 +412,7 @@ void UserControl::Mouse(uint32_t msg, WPARAM wParam, LPARAM lParam) {
     const int32_t py = GET_Y_LPARAM(lParam);
     float x = ToScaleX(px);
     float y = ToScaleY(py);
-    int16_t shift = ShiftNow();
+    int16_t shift = ShiftKeysDown();
 
     int16_t button = 0;
     switch (msg) {
@@ -490,7 +454,7 @@ void UserControl::Mouse(uint32_t msg, WPARAM wParam, LPARAM lParam) {
             // The second press of a double click: DblClick instead of
             // MouseDown, and no Click when it is released.
             buttonsDown |= button;
-            SetCapture(window);
+            SetCapture(hWnd());
             afterDblClick = true;
             UserControl_DblClick();
             return;
@@ -499,19 +463,19 @@ void UserControl::Mouse(uint32_t msg, WPARAM wParam, LPARAM lParam) {
         case WM_MBUTTONDOWN:
         case WM_RBUTTONDBLCLK:
         case WM_MBUTTONDBLCLK:
-            if (canGetFocus && GetFocus() != window && !Inside(GetFocus())) {
-                ::kelvara::SetFocus(window);
+            if (canGetFocus && GetFocus() != hWnd() && !Inside(GetFocus())) {
+                ::kelvara::SetFocus(hWnd());
                 if (token.expired()) {
                     return;
                 }
             }
             buttonsDown |= button;
-            SetCapture(window);
+            SetCapture(hWnd());
             UserControl_MouseDown(button, shift, x, y);
             return;
         default: {  // a button released
             buttonsDown &= static_cast<int16_t>(~button);
-            if (buttonsDown == 0 && GetCapture() == window) {
+            if (buttonsDown == 0 && GetCapture() == hWnd()) {
                 ReleaseCapture();
             }
             const bool click = msg == WM_LBUTTONUP && !afterDblClick;
@@ -523,7 +487,7 @@ void UserControl::Mouse(uint32_t msg, WPARAM wParam, LPARAM lParam) {
                 return;
             }
             RECT client;
-            GetClientRect(window, client);
+            GetClientRect(hWnd(), client);
             if (px >= 0 && py >= 0 && px < client.Right && py < client.Bottom) {
                 UserControl_Click();
             }
@@ -542,7 +506,7 @@ void UserControl::Key(uint32_t msg, WPARAM wParam) {
         return;
     }
     auto keyCode = static_cast<int16_t>(wParam);
-    int16_t shift = ShiftNow();
+    int16_t shift = ShiftKeysDown();
     if (msg == WM_KEYDOWN || msg == WM_SYSKEYDOWN) {
         UserControl_KeyDown(keyCode, shift);
     } else {

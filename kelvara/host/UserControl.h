@@ -54,7 +54,7 @@ public:
     ~UserControl() override;
 
     // --- The user control object -------------------------------------------
-    HWND hWnd() const override { return window; }
+    HWND hWnd() const override { return SiteWindow(); }
     Canvas& hDC() { return surface.hDC(); }
     bool AutoRedraw() const { return surface.AutoRedraw(); }
     void SetAutoRedraw(bool value) { surface.SetAutoRedraw(value); }
@@ -121,7 +121,7 @@ public:
     ControlCollection& Controls() { return controls; }
 
     // --- As a container of its constituent controls -------------------------
-    HWND ContainerWindow() override { return window; }
+    HWND ContainerWindow() override { return SiteWindow(); }
     ScaleModeConstants ContainerScaleMode() const override { return scaleMode; }
     Form* TopForm() override { return Parent(); }
     ControlCollection& ContainedControls() override { return controls; }
@@ -202,9 +202,7 @@ protected:
     void OnLoad(const PropertyBag& bag) override;
     void OnSave(PropertyBag& bag) const override;
     void OnReady() override;
-    void OnBoundsChanged() override;
     void OnVisibleChanged() override;
-    void OnEnabledChanged() override;
     void OnTerminate() override;
 
 private:
@@ -216,11 +214,9 @@ private:
     void Focus(bool gained, HWND other);
     bool Inside(HWND hwnd) const;
     RECT ClientArea() const;
-    int16_t ShiftNow() const;
     float ToScaleX(int32_t pixels) const;
     float ToScaleY(int32_t pixels) const;
 
-    HWND window = 0;
     DrawingSurface surface;
     ControlCollection controls{*this};
     OLE_COLOR backColor = 0x8000000F;
