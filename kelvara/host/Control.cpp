@@ -316,6 +316,39 @@ int16_t ShiftKeysDown() {
     return shift;
 }
 
+int16_t ButtonOf(uint32_t msg) {
+    switch (msg) {
+        case WM_LBUTTONDOWN:
+        case WM_LBUTTONUP:
+        case WM_LBUTTONDBLCLK:
+            return vbLeftButton;
+        case WM_RBUTTONDOWN:
+        case WM_RBUTTONUP:
+        case WM_RBUTTONDBLCLK:
+            return vbRightButton;
+        case WM_MBUTTONDOWN:
+        case WM_MBUTTONUP:
+        case WM_MBUTTONDBLCLK:
+            return vbMiddleButton;
+        default:
+            return 0;
+    }
+}
+
+int16_t ButtonsHeld(WPARAM wParam) {
+    int16_t held = 0;
+    if ((wParam & MK_LBUTTON) != 0) {
+        held |= vbLeftButton;
+    }
+    if ((wParam & MK_RBUTTON) != 0) {
+        held |= vbRightButton;
+    }
+    if ((wParam & MK_MBUTTON) != 0) {
+        held |= vbMiddleButton;
+    }
+    return held;
+}
+
 HWND Control::CreateSiteWindow(std::string_view className, WNDPROC proc) {
     const POINT origin = container->ClientOrigin();
     siteWindow =

@@ -165,6 +165,10 @@ T StoredNumber(double value) {
 // The shift keys held now, as events pass them (vbShiftMask, vbCtrlMask,
 // vbAltMask).
 int16_t ShiftKeysDown();
+// The button a mouse message is about (vbLeftButton ...; 0 for a move), and
+// the buttons a message's wParam says are held.
+int16_t ButtonOf(uint32_t msg);
+int16_t ButtonsHeld(WPARAM wParam);
 
 // Makes controls by type name. The runtime's own intrinsic controls are
 // known from the start; control libraries add theirs.

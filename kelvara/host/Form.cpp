@@ -933,14 +933,7 @@ void Form::MouseMessage(uint32_t msg, WPARAM wParam, LPARAM lParam) {
 
     // The client area: a windowless control under the mouse, or the form.
     const POINT client{p.X - layout.client.Left, p.Y - layout.client.Top};
-    int16_t button = 0;
-    if (msg == WM_LBUTTONDOWN || msg == WM_LBUTTONUP || msg == WM_LBUTTONDBLCLK) {
-        button = vbLeftButton;
-    } else if (msg == WM_RBUTTONDOWN || msg == WM_RBUTTONUP) {
-        button = vbRightButton;
-    } else if (msg == WM_MBUTTONDOWN || msg == WM_MBUTTONUP) {
-        button = vbMiddleButton;
-    }
+    int16_t button = ButtonOf(msg);
     int16_t shift = ShiftKeysDown();
     Control* target = mouseOver;
     if (target == nullptr) {
@@ -968,16 +961,7 @@ void Form::MouseMessage(uint32_t msg, WPARAM wParam, LPARAM lParam) {
         float y =
             static_cast<float>(ScaleValue(client.Y, ScaleModeConstants::vbPixels, scaleMode, true));
         if (msg == WM_MOUSEMOVE) {
-            int16_t held = 0;
-            if ((wParam & MK_LBUTTON) != 0) {
-                held |= vbLeftButton;
-            }
-            if ((wParam & MK_RBUTTON) != 0) {
-                held |= vbRightButton;
-            }
-            if ((wParam & MK_MBUTTON) != 0) {
-                held |= vbMiddleButton;
-            }
+            int16_t held = ButtonsHeld(wParam);
             MouseMove(held, shift, x, y);
         } else if (msg == WM_LBUTTONDBLCLK) {
             DblClick();

@@ -759,10 +759,7 @@ LRESULT PictureBox::WindowProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lP
             const RECT in = Inner();
             const int32_t x = GET_X_LPARAM(lParam) - in.Left;
             const int32_t y = GET_Y_LPARAM(lParam) - in.Top;
-            int16_t button = msg == WM_RBUTTONDOWN || msg == WM_RBUTTONUP   ? vbRightButton
-                             : msg == WM_MBUTTONDOWN || msg == WM_MBUTTONUP ? vbMiddleButton
-                             : msg == WM_MOUSEMOVE                          ? 0
-                                                                            : vbLeftButton;
+            const int16_t button = ButtonOf(msg);
             if (msg == WM_LBUTTONDOWN || msg == WM_RBUTTONDOWN || msg == WM_MBUTTONDOWN ||
                 msg == WM_LBUTTONDBLCLK) {
                 SetCapture(hwnd);

@@ -348,10 +348,7 @@ LRESULT TextBox::EditHook(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam,
         case WM_MBUTTONDOWN:
         case WM_MBUTTONUP: {
             // The edit box does its own work after the program has seen it.
-            const int16_t button = msg == WM_RBUTTONDOWN || msg == WM_RBUTTONUP   ? vbRightButton
-                                   : msg == WM_MBUTTONDOWN || msg == WM_MBUTTONUP ? vbMiddleButton
-                                   : msg == WM_MOUSEMOVE                          ? 0
-                                                                                  : vbLeftButton;
+            const int16_t button = ButtonOf(msg);
             RECT client;
             GetClientRect(hwnd, client);
             const int32_t x = GET_X_LPARAM(lParam);

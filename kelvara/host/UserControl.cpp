@@ -414,39 +414,11 @@ void UserControl::Mouse(uint32_t msg, WPARAM wParam, LPARAM lParam) {
     float y = ToScaleY(py);
     int16_t shift = ShiftKeysDown();
 
-    int16_t button = 0;
-    switch (msg) {
-        case WM_LBUTTONDOWN:
-        case WM_LBUTTONUP:
-        case WM_LBUTTONDBLCLK:
-            button = vbLeftButton;
-            break;
-        case WM_RBUTTONDOWN:
-        case WM_RBUTTONUP:
-        case WM_RBUTTONDBLCLK:
-            button = vbRightButton;
-            break;
-        case WM_MBUTTONDOWN:
-        case WM_MBUTTONUP:
-        case WM_MBUTTONDBLCLK:
-            button = vbMiddleButton;
-            break;
-        default:
-            break;
-    }
+    int16_t button = ButtonOf(msg);
 
     switch (msg) {
         case WM_MOUSEMOVE: {
-            int16_t held = 0;
-            if ((wParam & MK_LBUTTON) != 0) {
-                held |= vbLeftButton;
-            }
-            if ((wParam & MK_RBUTTON) != 0) {
-                held |= vbRightButton;
-            }
-            if ((wParam & MK_MBUTTON) != 0) {
-                held |= vbMiddleButton;
-            }
+            int16_t held = ButtonsHeld(wParam);
             UserControl_MouseMove(held, shift, x, y);
             return;
         }
