@@ -441,7 +441,7 @@ void Control::LoadExtender(const PropertyBag& bag) {
     const int32_t w = std::max(FromContainer(read("Width", 0), false), 0);
     const int32_t h = std::max(FromContainer(read("Height", 0), true), 0);
     bounds = RECT{x, y, x + w, y + h};
-    tabIndex = static_cast<int16_t>(read("TabIndex", tabIndex));
+    tabIndex = std::max<int16_t>(StoredNumber<int16_t>(read("TabIndex", tabIndex)), 0);
     tabStop = bag.ReadProperty("TabStop", Variant(true)).ToBool().value_or(true);
     visible = bag.ReadProperty("Visible", Variant(true)).ToBool().value_or(true);
     tag = bag.ReadProperty("Tag", Variant("")).ToText().value_or("");
