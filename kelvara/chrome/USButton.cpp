@@ -1057,8 +1057,14 @@ void USButton::UserControl_AccessKeyPress(int16_t KeyAscii) {
 }
 
 void USButton::UserControl_AmbientChanged(const std::string&) {
-    // Taken for the next paint; the change itself paints nothing.
+    const bool was = displayAsDefault;
     displayAsDefault = Ambient().DisplayAsDefault;
+    // The form names its default button after the focus has moved, so the
+    // button that loses the focus has already painted itself as default:
+    // it paints again when it learns that it is not.
+    if (displayAsDefault != was) {
+        PaintState(-1, true);
+    }
 }
 
 void USButton::OnMouseIn() {
