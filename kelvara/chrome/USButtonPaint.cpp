@@ -9,6 +9,7 @@
 //     → DrawButtonPicture → DrawButtonCaption
 //     → border, last, as a frame lying over the face
 
+#include <algorithm>
 #include <cmath>
 
 #include "kelvara/chrome/USButton.h"
@@ -258,14 +259,18 @@ void USButton::DrawButtonCaption(OLE_COLOR color) {
         return;
     }
     RECT r = layout.CaptionRect;
-    // Deliberate: only the left edge moves; the right one stays where the
-    // centred caption put it.
+    const int32_t textWidth = r.Width();
     if (alignment == ENUM_ALIGNMENTS::ToLeftJustify) {
         r.Left = captionDistance;
     } else if (alignment == ENUM_ALIGNMENTS::ToRightJustify) {
         r.Left = static_cast<int32_t>(
-            std::lround(ScaleWidth() - static_cast<float>(captionDistance) - r.Width()));
+            std::lround(ScaleWidth() - static_cast<float>(captionDistance) - textWidth));
     }
+    // The right edge stays where the centred caption put it, unless that
+    // would leave the rectangle narrower than the caption: wrapped again in
+    // less room, a right-aligned caption would fall apart into a column of
+    // letters.
+    r.Right = std::max(r.Right, r.Left + textWidth);
     Canvas& dc = hDC();
     dc.SetTextColor(TranslateOleColor(color));
     dc.DrawText(caption, r, captionWordBreak ? kDrawOneLine : kDrawWrapped);

@@ -379,5 +379,69 @@ TEST_F(USButtonPaintTest, PictureBytesDecodeAndTakeOpacity) {
     EXPECT_EQ(Hex(At(20, 10)), "FFE8CC");
 }
 
+// Where the caption's ink lies: the box of pixels that differ from the
+// face, inside the border.
+RECT InkBox(const PixelBuffer& image, OLE_COLOR face) {
+    RECT box{image.Width(), image.Height(), -1, -1};
+    for (int32_t y = 1; y < image.Height() - 1; ++y) {
+        for (int32_t x = 1; x < image.Width() - 1; ++x) {
+            if (PixelAt(image, x, y) != face) {
+                box.Left = std::min(box.Left, x);
+                box.Top = std::min(box.Top, y);
+                box.Right = std::max(box.Right, x + 1);
+                box.Bottom = std::max(box.Bottom, y + 1);
+            }
+        }
+    }
+    return box;
+}
+
+TEST_F(USButtonPaintTest, CaptionsAlignOnOneLine) {
+    // A 120-pixel button, the caption 6 pixels from its edge. Glyphs have
+    // side bearings, so the ink starts up to two pixels inside its cell.
+    button->SetBounds(RECT{10, 10, 130, 10 + kH});
+    button->SetTheme(ENUM_THEME::WindowsThemeLight);
+    button->SetCaption("Direita");
+    button->SetCaptionDistance(6);
+    const RECT centred = button->CaptionRect();
+    struct Case {
+        ENUM_ALIGNMENTS alignment;
+        int32_t inkLeftFrom, inkLeftTo;
+    } cases[] = {
+        {ENUM_ALIGNMENTS::ToLeftJustify, 6, 8},
+        {ENUM_ALIGNMENTS::OnCenter, centred.Left, centred.Left + 2},
+        {ENUM_ALIGNMENTS::ToRightJustify, 114 - centred.Width(), 114 - centred.Width() + 2},
+    };
+    for (const Case& c : cases) {
+        button->SetAlignment(c.alignment);
+        const RECT ink = InkBox(button->Image(), 0xFFE8CC);
+        EXPECT_GE(ink.Left, c.inkLeftFrom) << static_cast<int>(c.alignment);
+        EXPECT_LE(ink.Left, c.inkLeftTo) << static_cast<int>(c.alignment);
+        // Still one line: the ink is no taller than the caption's line.
+        EXPECT_LE(ink.Bottom - ink.Top, centred.Height()) << static_cast<int>(c.alignment);
+        EXPECT_EQ(button->CaptionRect(), centred) << "alignment moves only the drawing";
+    }
+}
+
+TEST_F(USButtonPaintTest, CaptionWordBreakTrueIsOneLineWithAnEllipsis) {
+    button->SetBounds(RECT{10, 10, 90, 60});
+    button->SetTheme(ENUM_THEME::WindowsThemeLight);
+    button->SetCaption("Salvar e fechar o cadastro");
+    // False wraps: several lines.
+    const int32_t lineHeight = [&] {
+        button->SetCaptionWordBreak(true);
+        return button->CaptionRect().Height();
+    }();
+    button->SetCaptionWordBreak(false);
+    EXPECT_GE(button->CaptionRect().Height(), 2 * lineHeight);
+    EXPECT_LE(button->CaptionRect().Width(), 80);
+    // True: one line, cut to the button's width.
+    button->SetCaptionWordBreak(true);
+    EXPECT_EQ(button->CaptionRect().Height(), lineHeight);
+    EXPECT_LE(button->CaptionRect().Width(), 80);
+    const RECT ink = InkBox(button->Image(), 0xFFE8CC);
+    EXPECT_LE(ink.Bottom - ink.Top, lineHeight);
+}
+
 }  // namespace
 }  // namespace kelvara
