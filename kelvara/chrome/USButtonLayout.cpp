@@ -1,8 +1,22 @@
 #include "kelvara/chrome/USButtonLayout.h"
 
+#include <algorithm>
+
 namespace kelvara {
 
 namespace {
+
+// Sizes are taken within this many pixels either way, so no sum of a few
+// of them can overflow, whatever a stored form says.
+constexpr int32_t kMaxExtent = 1 << 24;
+
+int32_t Bounded(int32_t v) {
+    return std::clamp(v, -kMaxExtent, kMaxExtent);
+}
+
+RECT Bounded(const RECT& r) {
+    return RECT{Bounded(r.Left), Bounded(r.Top), Bounded(r.Right), Bounded(r.Bottom)};
+}
 
 void Offset(RECT& r, int32_t dx, int32_t dy) {
     r.Left += dx;
@@ -14,13 +28,13 @@ void Offset(RECT& r, int32_t dx, int32_t dy) {
 }  // namespace
 
 ButtonLayout LayoutButton(const ButtonLayoutInput& in) {
-    const int32_t w = in.Width;
-    const int32_t h = in.Height;
-    const int32_t mx = in.MarginX;
-    const int32_t my = in.MarginY;
+    const int32_t w = Bounded(in.Width);
+    const int32_t h = Bounded(in.Height);
+    const int32_t mx = Bounded(in.MarginX);
+    const int32_t my = Bounded(in.MarginY);
 
     ButtonLayout out;
-    RECT t = in.HasCaption ? in.Caption : RECT{};
+    RECT t = in.HasCaption ? Bounded(in.Caption) : RECT{};
     Offset(t, (w - t.Right) / 2, (h - t.Bottom) / 2);
     out.CaptionRect = t;
     if (!in.HasPicture) {
@@ -28,7 +42,7 @@ ButtonLayout LayoutButton(const ButtonLayoutInput& in) {
     }
 
     // The picture's width is PictureSizeY and its height PictureSizeX.
-    RECT p{0, 0, in.PictureSizeY, in.PictureSizeX};
+    RECT p{0, 0, Bounded(in.PictureSizeY), Bounded(in.PictureSizeX)};
     const int32_t gap = in.HasCaption ? 2 : 0;
     const auto centreAcross = [&] { Offset(p, (w - p.Right) / 2, 0); };
     const auto centreDown = [&] { Offset(p, 0, (h - p.Bottom) / 2); };

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <cstdlib>
 #include <string>
 
 namespace kelvara {
@@ -132,6 +134,25 @@ TEST(USButtonLayoutTest, EdgeAlignmentsMoveTheCaptionOnlyWhenThereIsRoom) {
     in.Caption = RECT{0, 0, 82, 13};
     // 9..91 → 14..96; d = 1: stays.
     EXPECT_EQ(Show(LayoutButton(in).CaptionRect), Show(RECT{14, 13, 96, 26}));
+}
+
+TEST(USButtonLayoutTest, AbsurdSizesStayWithinBounds) {
+    // Stored sizes of any value lay out without overflow, each side taken
+    // within 2^24 pixels.
+    constexpr int32_t kBig = 1 << 24;
+    ButtonLayoutInput in = Button(A::PictureRightOfCaption, true);
+    in.PictureSizeX = INT32_MIN;
+    in.PictureSizeY = INT32_MAX;
+    const ButtonLayout got = LayoutButton(in);
+    EXPECT_EQ(got.PictureRect.Width(), kBig);
+    EXPECT_EQ(got.PictureRect.Height(), -kBig);
+    in.Width = INT32_MAX;
+    in.Caption = RECT{INT32_MIN, 0, INT32_MAX, 13};
+    for (int32_t a = 0; a <= 9; ++a) {
+        in.Alignment = static_cast<A>(a);
+        const ButtonLayout any = LayoutButton(in);
+        EXPECT_LE(std::abs(int64_t{any.CaptionRect.Left}), 4 * int64_t{kBig}) << a;
+    }
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "USButtonTestSupport.h"
@@ -46,75 +47,76 @@ struct NumericKey {
     bool flag = false;   // a Boolean, stored as the host's True or False
 };
 
-const std::vector<NumericKey>& NumericKeys() {
-    static const std::vector<NumericKey> keys = {
-        {"Alignment", [](auto& b) { return double(b.Alignment()); }, 1, 2},
-        {"BorderColor", [](auto& b) { return double(b.BorderColor()); }, 0x9A572B, 0x123456},
-        {"BorderColorDisabled", [](auto& b) { return double(b.BorderColorDisabled()); }, 0x008000,
-         0x654321},
-        {"BorderColorDown", [](auto& b) { return double(b.BorderColorDown()); }, 0x501A00, 1},
-        {"BorderColorOver", [](auto& b) { return double(b.BorderColorOver()); }, 0x7B3E00, 2},
-        {"CaptionDistance", [](auto& b) { return double(b.CaptionDistance()); }, 0, 7},
-        {"CaptionWordBreak", [](auto& b) { return double(b.CaptionWordBreak()); }, 0, 1, true},
-        {"CheckBox", [](auto& b) { return double(b.CheckBoxMode()); }, 0, 1, true},
-        {"CropBorders", [](auto& b) { return double(b.CropBorders()); }, 0, 3},
-        {"Enabled", [](auto& b) { return double(b.Enabled()); }, 1, 0, true},
-        {"ForeColor", [](auto& b) { return double(b.ForeColor()); }, 0xFFFFFF, 3},
-        {"ForeColorDisabled", [](auto& b) { return double(b.ForeColorDisabled()); }, 0x008000, 4},
-        {"ForeColorDown", [](auto& b) { return double(b.ForeColorDown()); }, 0xFFFFFF, 5},
-        {"ForeColorOver", [](auto& b) { return double(b.ForeColorOver()); }, 0xFFFFFF, 6},
-        {"GradientColor1", [](auto& b) { return double(b.GradientColor1()); }, 0x9A572B, 11},
-        {"GradientColor2", [](auto& b) { return double(b.GradientColor2()); }, 0x9A572B, 12},
-        {"GradientColor3", [](auto& b) { return double(b.GradientColor3()); }, 0x9A572B, 13},
-        {"GradientColor4", [](auto& b) { return double(b.GradientColor4()); }, 0x9A572B, 14},
-        {"GradientColorDisabled1", [](auto& b) { return double(b.GradientColorDisabled1()); },
-         0xDBCECC, 21},
-        {"GradientColorDisabled2", [](auto& b) { return double(b.GradientColorDisabled2()); },
-         0xDBCECC, 22},
-        {"GradientColorDisabled3", [](auto& b) { return double(b.GradientColorDisabled3()); },
-         0xDBCECC, 23},
-        {"GradientColorDisabled4", [](auto& b) { return double(b.GradientColorDisabled4()); },
-         0xDBCECC, 24},
-        {"GradientColorDown1", [](auto& b) { return double(b.GradientColorDown1()); }, 0x501A00,
-         31},
-        {"GradientColorDown2", [](auto& b) { return double(b.GradientColorDown2()); }, 0x501A00,
-         32},
-        {"GradientColorDown3", [](auto& b) { return double(b.GradientColorDown3()); }, 0x501A00,
-         33},
-        {"GradientColorDown4", [](auto& b) { return double(b.GradientColorDown4()); }, 0x501A00,
-         34},
-        {"GradientColorOver1", [](auto& b) { return double(b.GradientColorOver1()); }, 0x7B3E00,
-         41},
-        {"GradientColorOver2", [](auto& b) { return double(b.GradientColorOver2()); }, 0x7B3E00,
-         42},
-        {"GradientColorOver3", [](auto& b) { return double(b.GradientColorOver3()); }, 0x7B3E00,
-         43},
-        {"GradientColorOver4", [](auto& b) { return double(b.GradientColorOver4()); }, 0x7B3E00,
-         44},
-        {"GradientColors", [](auto& b) { return double(b.GradientColors()); }, 0, 1},
-        {"HandPointer", [](auto& b) { return double(b.HandPointer()); }, 0, 1, true},
-        {"Locked", [](auto& b) { return double(b.Locked()); }, 0, 1, true},
-        {"MousePointer", [](auto& b) { return double(b.MousePointer()); }, 0, 99},
-        {"PicAlign", [](auto& b) { return double(b.PictureAlignment()); }, 4, 8},
-        {"PicOpacity", [](auto& b) { return double(b.PictureOpacity()); }, 100, 40},
-        {"PicSize", [](auto& b) { return double(b.PictureSize()); }, 0, 5},
-        // Deliberate: X is the height and is stored as "PicSizeH".
-        {"PicSizeH", [](auto& b) { return double(b.PictureSizeX()); }, 16, 20},
-        {"PicSizeW", [](auto& b) { return double(b.PictureSizeY()); }, 16, 30},
-        {"Redraw", [](auto& b) { return double(b.Redraw()); }, 1, 0, true},
-        {"ShowFocusRect", [](auto& b) { return double(b.ShowFocusRect()); }, 1, 0, true},
-        {"ShowFocusRectDown", [](auto& b) { return double(b.ShowFocusRectDown()); }, 0, 1, true},
-        {"State", [](auto& b) { return double(b.LastState()); }, 0, 1},
-        {"Theme", [](auto& b) { return double(b.Theme()); }, 2, 5},
-        {"ToolDelayTime", [](auto& b) { return double(b.ToolDelayTime()); }, 1500, 700},
-        {"ToolTipBackColor", [](auto& b) { return double(b.ToolTipBackColor()); }, 0xF4FFFF, 8},
-        {"ToolTipCentered", [](auto& b) { return double(b.ToolTipCentered()); }, 0, 1, true},
-        {"ToolTipForeColor", [](auto& b) { return double(b.ToolTipForeColor()); }, 0, 0xFF},
-        {"ToolTipIcon", [](auto& b) { return double(b.ToolTipIcon()); }, 0, 2},
-        {"ToolTipStyle", [](auto& b) { return double(b.ToolTipStyle()); }, 1, 0},
-        {"ToolTipVisibleTime", [](auto& b) { return double(b.ToolTipVisibleTime()); }, 5000, 900},
-        {"Value", [](auto& b) { return double(b.Value()); }, 0, 1, true},
+// A getter of any numeric type as a double.
+template <typename C, typename R>
+Getter Get(R (C::*member)() const) {
+    return [member](const USButton& b) {
+        if constexpr (std::is_enum_v<R>) {
+            return static_cast<double>(static_cast<int64_t>((b.*member)()));
+        } else {
+            return static_cast<double>((b.*member)());
+        }
     };
+}
+
+const std::vector<NumericKey>& NumericKeys() {
+    // clang-format off
+    static const std::vector<NumericKey> keys = {
+        {"Alignment", Get(&USButton::Alignment), 1, 2},
+        {"BorderColor", Get(&USButton::BorderColor), 0x9A572B, 0x123456},
+        {"BorderColorDisabled", Get(&USButton::BorderColorDisabled), 0x008000, 0x654321},
+        {"BorderColorDown", Get(&USButton::BorderColorDown), 0x501A00, 1},
+        {"BorderColorOver", Get(&USButton::BorderColorOver), 0x7B3E00, 2},
+        {"CaptionDistance", Get(&USButton::CaptionDistance), 0, 7},
+        {"CaptionWordBreak", Get(&USButton::CaptionWordBreak), 0, 1, true},
+        {"CheckBox", Get(&USButton::CheckBoxMode), 0, 1, true},
+        {"CropBorders", Get(&USButton::CropBorders), 0, 3},
+        {"Enabled", Get(&USButton::Enabled), 1, 0, true},
+        {"ForeColor", Get(&USButton::ForeColor), 0xFFFFFF, 3},
+        {"ForeColorDisabled", Get(&USButton::ForeColorDisabled), 0x008000, 4},
+        {"ForeColorDown", Get(&USButton::ForeColorDown), 0xFFFFFF, 5},
+        {"ForeColorOver", Get(&USButton::ForeColorOver), 0xFFFFFF, 6},
+        {"GradientColor1", Get(&USButton::GradientColor1), 0x9A572B, 11},
+        {"GradientColor2", Get(&USButton::GradientColor2), 0x9A572B, 12},
+        {"GradientColor3", Get(&USButton::GradientColor3), 0x9A572B, 13},
+        {"GradientColor4", Get(&USButton::GradientColor4), 0x9A572B, 14},
+        {"GradientColorDisabled1", Get(&USButton::GradientColorDisabled1), 0xDBCECC, 21},
+        {"GradientColorDisabled2", Get(&USButton::GradientColorDisabled2), 0xDBCECC, 22},
+        {"GradientColorDisabled3", Get(&USButton::GradientColorDisabled3), 0xDBCECC, 23},
+        {"GradientColorDisabled4", Get(&USButton::GradientColorDisabled4), 0xDBCECC, 24},
+        {"GradientColorDown1", Get(&USButton::GradientColorDown1), 0x501A00, 31},
+        {"GradientColorDown2", Get(&USButton::GradientColorDown2), 0x501A00, 32},
+        {"GradientColorDown3", Get(&USButton::GradientColorDown3), 0x501A00, 33},
+        {"GradientColorDown4", Get(&USButton::GradientColorDown4), 0x501A00, 34},
+        {"GradientColorOver1", Get(&USButton::GradientColorOver1), 0x7B3E00, 41},
+        {"GradientColorOver2", Get(&USButton::GradientColorOver2), 0x7B3E00, 42},
+        {"GradientColorOver3", Get(&USButton::GradientColorOver3), 0x7B3E00, 43},
+        {"GradientColorOver4", Get(&USButton::GradientColorOver4), 0x7B3E00, 44},
+        {"GradientColors", Get(&USButton::GradientColors), 0, 1},
+        {"HandPointer", Get(&USButton::HandPointer), 0, 1, true},
+        {"Locked", Get(&USButton::Locked), 0, 1, true},
+        {"MousePointer", Get(&USButton::MousePointer), 0, 99},
+        {"PicAlign", Get(&USButton::PictureAlignment), 4, 8},
+        {"PicOpacity", Get(&USButton::PictureOpacity), 100, 40},
+        {"PicSize", Get(&USButton::PictureSize), 0, 5},
+        // Deliberate: X is the height and is stored as "PicSizeH".
+        {"PicSizeH", Get(&USButton::PictureSizeX), 16, 20},
+        {"PicSizeW", Get(&USButton::PictureSizeY), 16, 30},
+        {"Redraw", Get(&USButton::Redraw), 1, 0, true},
+        {"ShowFocusRect", Get(&USButton::ShowFocusRect), 1, 0, true},
+        {"ShowFocusRectDown", Get(&USButton::ShowFocusRectDown), 0, 1, true},
+        {"State", Get(&USButton::LastState), 0, 1},
+        {"Theme", Get(&USButton::Theme), 2, 5},
+        {"ToolDelayTime", Get(&USButton::ToolDelayTime), 1500, 700},
+        {"ToolTipBackColor", Get(&USButton::ToolTipBackColor), 0xF4FFFF, 8},
+        {"ToolTipCentered", Get(&USButton::ToolTipCentered), 0, 1, true},
+        {"ToolTipForeColor", Get(&USButton::ToolTipForeColor), 0, 0xFF},
+        {"ToolTipIcon", Get(&USButton::ToolTipIcon), 0, 2},
+        {"ToolTipStyle", Get(&USButton::ToolTipStyle), 1, 0},
+        {"ToolTipVisibleTime", Get(&USButton::ToolTipVisibleTime), 5000, 900},
+        {"Value", Get(&USButton::Value), 0, 1, true},
+    };
+    // clang-format on
     return keys;
 }
 
@@ -266,36 +268,45 @@ TEST_F(USButtonPropertiesTest, ANewButtonTakesTheLightThemeAndItsName) {
 }
 
 TEST_F(USButtonPropertiesTest, ThemesTakeTheFaceColoursForTheBorders) {
-    // Deliberate: borders take the first face colour of each state, not the
-    // palette's frame colours (E2A981 ... for theme 0).
+    // Fore colours, borders, then the first and last face colour of the
+    // normal, disabled, pressed and hot groups. Deliberate: the borders take
+    // the first face colour of their state, not the palette's frame colours
+    // (E2A981 ... for theme 0).
     struct Case {
-        ENUM_THEME theme;
-        std::vector<std::string> want;  // fore ×4, border ×4, face 1 and 4 of each group
+        int32_t theme;
+        const char* want;
     } cases[] = {
-        {ENUM_THEME::OfficeThemeBlue,
-         {"000000", "008000", "000000", "000000", "FFEFE3", "DBCECC", "79C0FF", "BBF2FF", "FFEFE3",
-          "FFDABE", "DBCECC", "DBCECC", "79C0FF", "70D8FE", "BBF2FF", "92E6FF"}},
-        {ENUM_THEME::WindowsThemeRed,
-         {"FFFFFF", "008000", "FFFFFF", "FFFFFF", "5050C7", "DBCECC", "1F1F5E", "2E2E8E", "5050C7",
-          "5050C7", "DBCECC", "DBCECC", "1F1F5E", "1F1F5E", "2E2E8E", "2E2E8E"}},
-        {ENUM_THEME::WindowsThemeLight,
-         {"000000", "404040", "000000", "000000", "FFE8CC", "EBEBEB", "F3B678", "FFCFA3", "FFE8CC",
-          "FFE8CC", "EBEBEB", "EBEBEB", "F3B678", "F3B678", "FFCFA3", "FFCFA3"}},
-        // A theme outside the palette is all black.
-        {static_cast<ENUM_THEME>(9),
-         {"000000", "000000", "000000", "000000", "000000", "000000", "000000", "000000", "000000",
-          "000000", "000000", "000000", "000000", "000000", "000000", "000000"}},
+        {0,
+         "000000 008000 000000 000000  FFEFE3 DBCECC 79C0FF BBF2FF  "
+         "FFEFE3 FFDABE DBCECC DBCECC 79C0FF 70D8FE BBF2FF 92E6FF"},
+        {4,
+         "FFFFFF 008000 FFFFFF FFFFFF  5050C7 DBCECC 1F1F5E 2E2E8E  "
+         "5050C7 5050C7 DBCECC DBCECC 1F1F5E 1F1F5E 2E2E8E 2E2E8E"},
+        {7,
+         "000000 404040 000000 000000  FFE8CC EBEBEB F3B678 FFCFA3  "
+         "FFE8CC FFE8CC EBEBEB EBEBEB F3B678 F3B678 FFCFA3 FFCFA3"},
+        // Outside the palette everything is black.
+        {9,
+         "000000 000000 000000 000000  000000 000000 000000 000000  "
+         "000000 000000 000000 000000 000000 000000 000000 000000"},
     };
     for (const Case& c : cases) {
-        const ButtonColors k = ButtonThemeColors(c.theme);
-        const std::vector<std::string> got = {
-            Hex(k.ForeColor),       Hex(k.ForeColorDisabled),   Hex(k.ForeColorDown),
-            Hex(k.ForeColorOver),   Hex(k.BorderColor),         Hex(k.BorderColorDisabled),
-            Hex(k.BorderColorDown), Hex(k.BorderColorOver),     Hex(k.Gradient[0]),
-            Hex(k.Gradient[3]),     Hex(k.GradientDisabled[0]), Hex(k.GradientDisabled[3]),
-            Hex(k.GradientDown[0]), Hex(k.GradientDown[3]),     Hex(k.GradientOver[0]),
-            Hex(k.GradientOver[3])};
-        EXPECT_EQ(got, c.want) << "theme " << static_cast<int>(c.theme);
+        const ButtonColors k = ButtonThemeColors(static_cast<ENUM_THEME>(c.theme));
+        std::string got;
+        for (OLE_COLOR v : {k.ForeColor, k.ForeColorDisabled, k.ForeColorDown, k.ForeColorOver}) {
+            got += Hex(v) + " ";
+        }
+        got += " ";
+        for (OLE_COLOR v :
+             {k.BorderColor, k.BorderColorDisabled, k.BorderColorDown, k.BorderColorOver}) {
+            got += Hex(v) + " ";
+        }
+        got += " ";
+        for (const auto* g : {&k.Gradient, &k.GradientDisabled, &k.GradientDown, &k.GradientOver}) {
+            got += Hex((*g)[0]) + " " + Hex((*g)[3]) + " ";
+        }
+        got.pop_back();
+        EXPECT_EQ(got, c.want) << "theme " << c.theme;
     }
 }
 
@@ -305,40 +316,22 @@ TEST_F(USButtonPropertiesTest, AThemeDiscardsCustomColoursAndCroppedCorners) {
     b->SetGradientColorDown3(0x654321);
     b->SetCropBorders(ENUM_BUTTON_BORDERS::CropAll);
     b->SetGradientColors(ENUM_GRADIENT_COLORS::FourColors);
-    Keys announced;
-    b->PropertyChanges.Connect([&](const std::string& key) { announced.push_back(key); });
+    std::string announced;
+    b->PropertyChanges.Connect([&](const std::string& key) { announced += key + " "; });
     b->SetTheme(ENUM_THEME::OfficeThemeSilver);
     EXPECT_EQ(b->Colors(), ButtonThemeColors(ENUM_THEME::OfficeThemeSilver));
     EXPECT_EQ(b->CropBorders(), ENUM_BUTTON_BORDERS::DontCrop);
     EXPECT_EQ(b->GradientColors(), ENUM_GRADIENT_COLORS::TwoColors);
-    // Announced in the order the theme assigns them.
-    EXPECT_EQ(announced, (Keys{"Theme",
-                               "CropBorders",
-                               "GradientColors",
-                               "ForeColor",
-                               "ForeColorDisabled",
-                               "ForeColorDown",
-                               "ForeColorOver",
-                               "BorderColor",
-                               "BorderColorDisabled",
-                               "BorderColorDown",
-                               "BorderColorOver",
-                               "GradientColor1",
-                               "GradientColor2",
-                               "GradientColor3",
-                               "GradientColor4",
-                               "GradientColorDisabled1",
-                               "GradientColorDisabled2",
-                               "GradientColorDisabled3",
-                               "GradientColorDisabled4",
-                               "GradientColorOver1",
-                               "GradientColorOver2",
-                               "GradientColorOver3",
-                               "GradientColorOver4",
-                               "GradientColorDown1",
-                               "GradientColorDown2",
-                               "GradientColorDown3",
-                               "GradientColorDown4"}));
+    // Announced in the order the theme assigns them: hot faces before
+    // pressed ones.
+    EXPECT_EQ(announced,
+              "Theme CropBorders GradientColors ForeColor ForeColorDisabled ForeColorDown "
+              "ForeColorOver BorderColor BorderColorDisabled BorderColorDown BorderColorOver "
+              "GradientColor1 GradientColor2 GradientColor3 GradientColor4 "
+              "GradientColorDisabled1 GradientColorDisabled2 GradientColorDisabled3 "
+              "GradientColorDisabled4 GradientColorOver1 GradientColorOver2 GradientColorOver3 "
+              "GradientColorOver4 GradientColorDown1 GradientColorDown2 GradientColorDown3 "
+              "GradientColorDown4 ");
 }
 
 TEST_F(USButtonPropertiesTest, PropertiesAnnounceTheirStoredKeys) {
