@@ -32,26 +32,24 @@ using namespace kelvara;
 constexpr size_t kMaxInput = 16 * 1024;
 constexpr size_t kMaxActions = 64;
 
+// clang-format off
 const char* const kKeys[] = {
-    "Alignment",          "BorderColor",        "BorderColorDisabled",
-    "BorderColorDown",    "BorderColorOver",    "Caption",
-    "CaptionDistance",    "CaptionWordBreak",   "CheckBox",
-    "CropBorders",        "Enabled",            "ForeColor",
-    "ForeColorDisabled",  "ForeColorDown",      "ForeColorOver",
-    "GradientColor1",     "GradientColor2",     "GradientColor3",
-    "GradientColor4",     "GradientColorDisabled1", "GradientColorDown2",
-    "GradientColorOver3", "GradientColors",     "HandPointer",
-    "Locked",             "MouseIcon",          "MousePointer",
-    "PicNormal",          "PicHot",             "PicDown",
-    "PicToChange",        "DibPicture",         "PicAlign",
-    "PicOpacity",         "PicSize",            "PicSizeH",
-    "PicSizeW",           "Redraw",             "ShowFocusRect",
-    "ShowFocusRectDown",  "State",              "Theme",
-    "ToolDelayTime",      "ToolTipBackColor",   "ToolTipCentered",
-    "ToolTipDescription", "ToolTipForeColor",   "ToolTipIcon",
-    "ToolTipStyle",       "ToolTipTitle",       "ToolTipVisibleTime",
-    "Value",              "Font",
+    "Alignment", "BorderColor", "BorderColorDisabled", "BorderColorDown",
+    "BorderColorOver", "Caption", "CaptionDistance", "CaptionWordBreak",
+    "CheckBox", "CropBorders", "Enabled", "ForeColor",
+    "ForeColorDisabled", "ForeColorDown", "ForeColorOver", "GradientColor1",
+    "GradientColor2", "GradientColor3", "GradientColor4", "GradientColorDisabled1",
+    "GradientColorDown2", "GradientColorOver3", "GradientColors", "HandPointer",
+    "Locked", "MouseIcon", "MousePointer", "PicNormal",
+    "PicHot", "PicDown", "PicToChange", "DibPicture",
+    "PicAlign", "PicOpacity", "PicSize", "PicSizeH",
+    "PicSizeW", "Redraw", "ShowFocusRect", "ShowFocusRectDown",
+    "State", "Theme", "ToolDelayTime", "ToolTipBackColor",
+    "ToolTipCentered", "ToolTipDescription", "ToolTipForeColor", "ToolTipIcon",
+    "ToolTipStyle", "ToolTipTitle", "ToolTipVisibleTime", "Value",
+    "Font",
 };
+// clang-format on
 constexpr size_t kKeyCount = sizeof(kKeys) / sizeof(kKeys[0]);
 
 class Reader {
@@ -170,7 +168,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 desktop.DblClick(x, y);
                 break;
             case 4: {
-                const int32_t keys[] = {VK_SPACE, VK_LEFT, VK_UP, VK_RIGHT,
+                const int32_t keys[] = {VK_SPACE, VK_LEFT,   VK_UP,     VK_RIGHT,
                                         VK_DOWN,  VK_RETURN, VK_ESCAPE, 'A'};
                 desktop.Key(keys[x % 8], y % 8);
                 break;
