@@ -42,9 +42,10 @@ TEST(GlyphColors, EachThemeAndLookTakesItsColoursFromThePalette) {
         {ENUM_THEME::WindowsThemeLight, 0, "C3AA88 FFFFFF-FFE8CC 935618"},
         {ENUM_THEME::WindowsThemeLight, 1, "F3B678 FFFFFF-FFCFA3 935618"},
         {ENUM_THEME::WindowsThemeLight, 2, "CB8E50 FFCFA3-F3B678 935618"},
-        // Disabled: the disabled frame slot, a flat inside, a darker mark.
+        // Disabled: the disabled frame slot (darker in the light theme), a flat
+        // inside, a darker mark.
         {ENUM_THEME::WindowsThemeOrange, 3, "DBCECC F4F4F4-F4F4F4 9B8E8C"},
-        {ENUM_THEME::WindowsThemeLight, 3, "EBEBEB F4F4F4-F4F4F4 ABABAB"},
+        {ENUM_THEME::WindowsThemeLight, 3, "C3C3C3 F4F4F4-F4F4F4 ABABAB"},
         // Out of range: a theme draws as Windows Theme, a look as normal.
         {static_cast<ENUM_THEME>(99), 0, "9A572B FFFFFF-FFE3B7 9A572B"},
         {ENUM_THEME::WindowsTheme, 7, "9A572B FFFFFF-FFE3B7 9A572B"},

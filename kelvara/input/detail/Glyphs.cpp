@@ -68,8 +68,11 @@ GlyphColors GlyphColorsFor(ENUM_THEME theme, int32_t look) {
         theme = ENUM_THEME::WindowsTheme;
     }
     if (look == 3) {
-        const COLORREF frame = Slot(theme, ThemeSlot::FrameDisabled);
-        return {frame, kDisabledFill, kDisabledFill, Shift(frame, -64)};
+        const COLORREF slot = Slot(theme, ThemeSlot::FrameDisabled);
+        // The light theme's disabled frame is too pale to find on a white
+        // group box; it is darkened so the glyph stays visible.
+        const COLORREF frame = theme == ENUM_THEME::WindowsThemeLight ? Shift(slot, -40) : slot;
+        return {frame, kDisabledFill, kDisabledFill, Shift(slot, -64)};
     }
     const COLORREF base = Slot(theme, ThemeSlot::Frame);
     switch (theme) {
