@@ -56,16 +56,6 @@ TEST(GlyphColors, EachThemeAndLookTakesItsColoursFromThePalette) {
     }
 }
 
-TEST(GlyphColors, TheInsideStepsAsTheGradientFacesDo) {
-    const GlyphColors c{0, 0xFFFFFF, 0xFFE3B7, 0};
-    // Each channel top + (bottom - top) * row / 10, truncated towards zero.
-    EXPECT_EQ(Hex(InsideColor(c, 0, 11)), "FFFFFF");
-    EXPECT_EQ(Hex(InsideColor(c, 3, 11)), "FFF7EA");
-    EXPECT_EQ(Hex(InsideColor(c, 5, 11)), "FFF1DB");
-    EXPECT_EQ(Hex(InsideColor(c, 10, 11)), "FFE3B7");
-    EXPECT_EQ(Hex(InsideColor(c, 4, 1)), "FFFFFF") << "one row: the top colour";
-}
-
 // A 13 x 13 glyph on a surface of kBack, read back as characters: '#'
 // frame, '.' inside, 'x' mark, ' ' untouched.
 Picture Draw(bool option, CheckMark mark) {
@@ -157,7 +147,8 @@ TEST(Glyphs, TheInsideRunsFromTopToBottomColourInBothShapes) {
         } else {
             PaintCheckGlyph(dc, 0, 0, colors, CheckMark::None);
         }
-        // Glyph rows 1 to 11 are inside rows 0 to 10: one step per row.
+        // Glyph rows 1 to 11 are inside rows 0 to 10: each channel
+        // top + (bottom - top) * row / 10, one step per row here.
         for (int32_t row = 1; row <= 11; ++row) {
             const COLORREF want = 0x202020 + 0x010101 * static_cast<COLORREF>(row - 1);
             EXPECT_EQ(Hex(dc.GetPixel(6, row)), Hex(want)) << "option " << option << " row " << row;

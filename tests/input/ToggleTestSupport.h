@@ -1,9 +1,8 @@
 #pragma once
 
 // What the check box and option button tests share: a borderless form at
-// the screen's corner (so screen and client pixels agree), controls placed
-// on it or in a container, their events written down as text, and their
-// pixels read back.
+// the screen's corner (so screen and client pixels agree), controls added
+// new or loaded from a bag, their events as text, their pixels.
 
 #include <gtest/gtest.h>
 
@@ -28,47 +27,37 @@ inline std::string Hex(uint32_t c) {
     return text;
 }
 
-// A pixel of a persistent image as a COLORREF (0x00BBGGRR).
-inline COLORREF PixelAt(const PixelBuffer& image, int32_t x, int32_t y) {
-    if (!image.Contains(x, y)) {
-        return 0xFFFFFFFF;
-    }
+// A pixel of an image as 0xBBGGRR, in hex.
+inline std::string PixelAt(const PixelBuffer& image, int32_t x, int32_t y) {
     const uint8_t* p = image.Pixel(x, y);
-    return static_cast<COLORREF>(p[2]) | static_cast<COLORREF>(p[1]) << 8 |
-           static_cast<COLORREF>(p[0]) << 16;
+    return Hex(uint32_t{p[2]} | uint32_t{p[1]} << 8 | uint32_t{p[0]} << 16);
 }
 
-// The extender's keys, which every control saves; what is left of a saved
-// bag without them is the control's own.
-inline std::vector<std::string> OwnKeys(const PropertyBag& bag) {
-    static const std::vector<std::string> extender = {"Left",     "Top",     "Width",   "Height",
-                                                      "TabIndex", "TabStop", "Visible", "Tag"};
-    std::vector<std::string> own;
-    for (const std::string& key : bag.Keys()) {
-        if (std::find(extender.begin(), extender.end(), key) == extender.end()) {
-            own.push_back(key);
-        }
-    }
+// A saved bag's keys less the extender's, which every control saves.
+inline Lines OwnKeys(const PropertyBag& bag) {
+    const Lines extender = {"Left", "Top", "Width", "Height", "TabIndex", "TabStop", "Visible"};
+    Lines own = bag.Keys();
+    std::erase_if(own, [&](const std::string& k) {
+        return std::find(extender.begin(), extender.end(), k) != extender.end();
+    });
     return own;
 }
 
 class ToggleTest : public ::testing::Test {
 protected:
     HeadlessDesktop desktop;
-    std::unique_ptr<Form> form;
+    std::unique_ptr<Form> form = MakeForm();
     Lines log;
 
-    void SetUp() override { form = MakeForm(FormMode::Run); }
-
-    static std::unique_ptr<Form> MakeForm(FormMode mode) {
-        auto made = std::make_unique<Form>("frmTest", mode);
+    static std::unique_ptr<Form> MakeForm() {
+        auto made = std::make_unique<Form>("frmTest");
         made->SetBorderStyle(FormBorderStyle::None);
         made->SetStartUpPosition(0);
         made->Move(0, 0, 320 * 15, 240 * 15);
         return made;
     }
 
-    // A new control, as the program adds one: it gets InitProperties.
+    // A new control, as a program adds one (InitProperties).
     template <typename T>
     T* Add(ControlContainer& where, const std::string& name, RECT bounds) {
         T* c = where.ContainedControls().template Add<T>(name);
@@ -76,44 +65,40 @@ protected:
         c->SetVisible(true);
         return c;
     }
-
-    // A control loaded from a bag, as a form file loads one.
+    // A stored control, as a form file loads one (ReadProperties).
     template <typename T>
     T* Load(ControlContainer& where, const std::string& name, const PropertyBag& bag) {
         return static_cast<T*>(
             where.ContainedControls().AddCreated(std::make_unique<T>(), name, &bag, true));
     }
 
-    // Writes down every event of the control; `value` tells its Value at the
-    // time of a Click. Moves only when asked, so click tests stay short.
+    // Writes down the control's events; `value` gives its Value for Click.
     void Record(ToggleControl& c, std::function<std::string()> value, bool moves = false) {
         const std::string n = c.Name() + ".";
-        const auto xy = [](float x, float y) {
-            return std::to_string(static_cast<int>(x)) + "," + std::to_string(static_cast<int>(y));
+        const auto key = [this, n](const char* what) {
+            return [this, n, what](int16_t& k, int16_t& s) {
+                log.push_back(n + what + std::to_string(k) + " " + std::to_string(s));
+            };
+        };
+        const auto mouse = [this, n](const char* what) {
+            return [this, n, what](int16_t& b, int16_t&, float& x, float& y) {
+                log.push_back(n + what + std::to_string(b) + " " + std::to_string(int(x)) + "," +
+                              std::to_string(int(y)));
+            };
         };
         c.Click.Connect([this, n, value] { log.push_back(n + "Click " + value()); });
         c.DblClick.Connect([this, n] { log.push_back(n + "DblClick"); });
-        c.KeyDown.Connect([this, n](int16_t& k, int16_t& s) {
-            log.push_back(n + "KeyDown " + std::to_string(k) + " " + std::to_string(s));
-        });
+        c.KeyDown.Connect(key("KeyDown "));
+        c.KeyUp.Connect(key("KeyUp "));
         c.KeyPress.Connect(
             [this, n](int16_t& k) { log.push_back(n + "KeyPress " + std::to_string(k)); });
-        c.KeyUp.Connect([this, n](int16_t& k, int16_t& s) {
-            log.push_back(n + "KeyUp " + std::to_string(k) + " " + std::to_string(s));
-        });
-        c.MouseDown.Connect([this, n, xy](int16_t& b, int16_t&, float& x, float& y) {
-            log.push_back(n + "MouseDown " + std::to_string(b) + " " + xy(x, y));
-        });
-        c.MouseUp.Connect([this, n, xy](int16_t& b, int16_t&, float& x, float& y) {
-            log.push_back(n + "MouseUp " + std::to_string(b) + " " + xy(x, y));
-        });
+        c.MouseDown.Connect(mouse("MouseDown "));
+        c.MouseUp.Connect(mouse("MouseUp "));
+        if (moves) {
+            c.MouseMove.Connect(mouse("MouseMove "));
+        }
         c.MouseEnter.Connect([this, n] { log.push_back(n + "MouseEnter"); });
         c.MouseExit.Connect([this, n] { log.push_back(n + "MouseExit"); });
-        if (moves) {
-            c.MouseMove.Connect([this, n, xy](int16_t& b, int16_t&, float& x, float& y) {
-                log.push_back(n + "MouseMove " + std::to_string(b) + " " + xy(x, y));
-            });
-        }
     }
 
     Lines Take() { return std::exchange(log, {}); }
