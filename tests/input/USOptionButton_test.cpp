@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "kelvara/host/FormFileLoader.h"
 #include "kelvara/input/USCheckBox.h"
 #include "kelvara/input/detail/Glyphs.h"
 #include "tests/input/ToggleTestSupport.h"
@@ -233,6 +234,95 @@ TEST_F(OptionTest, BothGlyphsShowTheLookOfTheStateInEachTheme) {
         }
     }
     EXPECT_EQ(PixelAt(o->Image(), o->GlyphRect().Left, o->GlyphRect().Top), "00FF00");
+}
+
+// A form file as the designer writes it: check box and options on the form
+// and options in a container, with values of every kind (a font block, a
+// system colour, an enumeration, the three-state Value, Booleans).
+TEST_F(OptionTest, AFormFileLoadsAsStoredAndSavesBackUnchanged) {
+    RegisterControlType("Test.Panel", [] { return std::make_unique<Panel>(); });
+    const std::string lines = R"(VERSION 5.00
+Begin VB.Form frmPessoa
+   ClientHeight    =   3150
+   ClientLeft      =   60
+   ClientTop       =   390
+   Begin KelvaraEx.USCheckBox chkAtivo
+      Left            =   120
+      Top             =   120
+      Width           =   1680
+      Height          =   255
+      TabIndex        =   0
+      BeginProperty Font {0BE35203-8F91-11CE-9DE3-00AA004BB851}
+         Name            =   "Arial"
+         Size            =   9#
+         Charset         =   0
+         Weight          =   400
+         Underline       =   0   'False
+         Italic          =   0   'False
+         Strikethrough   =   0   'False
+      EndProperty
+      Caption         =   "&Ativo"
+      ForeColor       =   &H80000005&
+      Theme           =   4
+      Value           =   2
+   End
+   Begin KelvaraEx.USOptionButton optFisica
+      Left            =   120
+      Top             =   450
+      Width           =   1680
+      Height          =   255
+      TabIndex        =   1
+      Alignment       =   1
+      Value           =   -1  'True
+   End
+   Begin KelvaraEx.USOptionButton optJuridica
+      Left            =   120
+      Top             =   780
+      Width           =   1680
+      Height          =   255
+      TabIndex        =   2
+      Value           =   -1  'True
+   End
+   Begin Test.Panel pnl
+      Left            =   1995
+      Top             =   120
+      Width           =   1800
+      Height          =   900
+      TabIndex        =   3
+      Begin KelvaraEx.USOptionButton optA
+         Left            =   120
+         Top             =   120
+         Width           =   1680
+         Height          =   255
+         TabIndex        =   0
+         Value           =   -1  'True
+      End
+   End
+End
+)";
+    std::string text;  // with the line ends a form file has
+    for (char c : lines) {
+        text += c == '\n' ? "\r\n" : std::string(1, c);
+    }
+    auto loaded = LoadFormFile(text);
+    ASSERT_TRUE(loaded);
+    Form& f = *loaded.Value();
+    EXPECT_EQ(SaveFormFile(f), text);
+    auto* chk = dynamic_cast<USCheckBox*>(f.Controls().Item("chkAtivo"));
+    auto* fisica = dynamic_cast<USOptionButton*>(f.Controls().Item("optFisica"));
+    auto* juridica = dynamic_cast<USOptionButton*>(f.Controls().Item("optJuridica"));
+    ASSERT_TRUE(chk && fisica && juridica);
+    EXPECT_EQ(chk->Caption() + chk->Font().Name() + Hex(chk->ForeColor()), "&AtivoArial80000005");
+    EXPECT_EQ(chk->Value() * 10 + int(chk->Theme()), 24);
+    EXPECT_EQ(fisica->Alignment(), ENUM_GLYPH_ALIGNMENT::GlyphRight);
+    // Loading takes the values as stored, two choices and all; the next
+    // choice settles the group, and only that group.
+    EXPECT_EQ(Chosen({fisica, juridica}), "11");
+    fisica->SetValue(true);
+    EXPECT_EQ(Chosen({fisica, juridica}), "10");
+    auto* panel = dynamic_cast<Panel*>(f.Controls().Item("pnl"));
+    ASSERT_NE(panel, nullptr);
+    EXPECT_TRUE(static_cast<USOptionButton*>(panel->Controls().Item("optA"))->Value());
 }
 
 TEST_F(OptionTest, BothControlsAreRegisteredByTypeName) {
