@@ -438,8 +438,12 @@ void ToggleControl::UserControl_ReadProperties(PropertyBag& PropBag) {
 void ToggleControl::UserControl_WriteProperties(PropertyBag& PropBag) {
     const AmbientProperties ambient = Ambient();
     WriteFontProperty(PropBag, "Font", UserControl::Font(), ambient.Font);
-    WritePictureProperty(PropBag, "MouseIcon", UserControl::MouseIcon());
-    PropBag.WriteProperty("MousePointer", Variant(UserControl::MousePointer()), Variant(vbDefault));
+    // The hand is derived from HandPointer when the control is read, so it
+    // is not stored as a pointer of its own.
+    const bool hand = s->handPointer;
+    WritePictureProperty(PropBag, "MouseIcon", hand ? nullptr : UserControl::MouseIcon());
+    PropBag.WriteProperty("MousePointer", Variant(hand ? vbDefault : UserControl::MousePointer()),
+                          Variant(vbDefault));
     PropBag.WriteProperty("Alignment", Variant(static_cast<int32_t>(s->alignment)),
                           Variant(int32_t{0}));
     WriteColor(PropBag, "BackColor", UserControl::BackColor(), kButtonFace);

@@ -86,7 +86,7 @@ TEST_F(CheckBoxTest, EveryPropertyIsAnnouncedSavedAndReadBack) {
              return std::to_string(c.HandPointer()) + std::to_string(c.MousePointer()) +
                     std::to_string(c.MouseIcon() != nullptr);
          },
-         {"MouseIcon", "MousePointer", "HandPointer"}},
+         {"HandPointer"}},
         {"MousePointer",
          [](C& c) { c.SetMousePointer(11); },
          [](const C& c) { return std::to_string(c.MousePointer()); },
