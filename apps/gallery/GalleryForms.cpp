@@ -36,7 +36,7 @@ USButton* Button(ControlCollection& controls, const std::string& name, const std
 
 const char* ThemeName(int32_t theme) {
     static const char* const names[kThemeCount] = {
-        "0 Office Blue", "1 Office Silver", "2 Windows",      "3 Windows Green",
+        "0 Office Blue", "1 Office Silver",  "2 Windows",       "3 Windows Green",
         "4 Windows Red", "5 Windows Orange", "6 Windows Black", "7 Windows Light"};
     return theme >= 0 && theme < kThemeCount ? names[theme] : "";
 }
@@ -55,23 +55,22 @@ std::unique_ptr<Form> MakeForm(const std::string& name, const std::string& capti
 }
 
 const char* ButtonColumnName(int32_t column) {
-    static const char* const names[kColumns] = {"normal", "over", "down", "disabled",
+    static const char* const names[kColumns] = {"normal",  "over",    "down",   "disabled",
                                                 "latched", "focused", "default"};
     return column >= 0 && column < kColumns ? names[column] : "";
 }
 
 ButtonRow BuildButtonRow(Form& form, ENUM_THEME theme) {
-    static const char* const captions[kColumns] = {"Normal", "Sob o mouse", "Pressionado",
-                                                   "Desabilitado", "Travado", "Com foco",
-                                                   "Padrão"};
+    static const char* const captions[kColumns] = {
+        "Normal", "Sob o mouse", "Pressionado", "Desabilitado", "Travado", "Com foco", "Padrão"};
     ButtonRow row;
     // First in the tab order: the form gives it the focus when shown.
     row.start = Place<USCheckBox>(form.Controls(), "chkInicio", At(8, 48, 120, 20));
     row.start->SetCaption("Início");
     for (int32_t c = 0; c < kColumns; ++c) {
-        row.buttons[c] = Button(form.Controls(), "cmd" + std::string(ButtonColumnName(c)),
-                                captions[c], theme,
-                                At(8 + c * (kButtonWidth + 8), 8, kButtonWidth, kButtonHeight));
+        row.buttons[c] =
+            Button(form.Controls(), "cmd" + std::string(ButtonColumnName(c)), captions[c], theme,
+                   At(8 + c * (kButtonWidth + 8), 8, kButtonWidth, kButtonHeight));
     }
     row.buttons[kDisabled]->SetEnabled(false);
     row.buttons[kLatched]->SetCheckBoxMode(true);
@@ -83,14 +82,14 @@ ButtonRow BuildButtonRow(Form& form, ENUM_THEME theme) {
 
 const char* ToggleColumnName(int32_t column) {
     static const char* const names[kToggleColumns] = {
-        "check off", "check on", "check grayed", "check hot",   "check disabled",
-        "option off", "option on", "option hot", "option disabled"};
+        "check off",  "check on",  "check grayed", "check hot",      "check disabled",
+        "option off", "option on", "option hot",   "option disabled"};
     return column >= 0 && column < kToggleColumns ? names[column] : "";
 }
 
 ToggleRow BuildToggleRow(Form& form, ENUM_THEME theme) {
     static const char* const captions[kToggleColumns] = {
-        "Desmarcada", "Marcada", "Parcial", "Sob o mouse", "Desabilitada",
+        "Desmarcada", "Marcada",   "Parcial",     "Sob o mouse", "Desabilitada",
         "Opção",      "Escolhida", "Sob o mouse", "Desabilitada"};
     ToggleRow row;
     row.start = Place<USCheckBox>(form.Controls(), "chkInicio", At(8, 40, 120, 20));
@@ -98,10 +97,10 @@ ToggleRow BuildToggleRow(Form& form, ENUM_THEME theme) {
     for (int32_t c = 0; c < kToggleColumns; ++c) {
         const RECT where = At(8 + c * (kToggleWidth + 4), 8, kToggleWidth, kToggleHeight);
         const std::string name = "tgl" + std::to_string(c);
-        ToggleControl* t = c < kOptionOff
-                               ? static_cast<ToggleControl*>(
-                                     Place<USCheckBox>(form.Controls(), name, where))
-                               : Place<USOptionButton>(form.Controls(), name, where);
+        ToggleControl* t =
+            c < kOptionOff
+                ? static_cast<ToggleControl*>(Place<USCheckBox>(form.Controls(), name, where))
+                : Place<USOptionButton>(form.Controls(), name, where);
         t->SetTheme(theme);
         t->SetCaption(captions[c]);
         row.toggles[c] = t;
@@ -116,9 +115,9 @@ ToggleRow BuildToggleRow(Form& form, ENUM_THEME theme) {
 }
 
 void BuildPictureAlignments(Form& form) {
-    static const char* const names[9] = {"0 BehindText",    "1 BottomEdge",    "2 BottomOfCaption",
-                                         "3 LeftEdge",      "4 LeftOfCaption", "5 RightEdge",
-                                         "6 RightOfCaption", "7 TopEdge",      "8 TopOfCaption"};
+    static const char* const names[9] = {"0 BehindText",     "1 BottomEdge",    "2 BottomOfCaption",
+                                         "3 LeftEdge",       "4 LeftOfCaption", "5 RightEdge",
+                                         "6 RightOfCaption", "7 TopEdge",       "8 TopOfCaption"};
     const auto picture = FloppyPicture(24);
     for (int32_t a = 0; a < 9; ++a) {
         const int32_t x = 8 + a * 128;
@@ -140,8 +139,7 @@ void BuildCropBorders(Form& form) {
     for (int32_t t = 0; t < 3; ++t) {
         for (int32_t crop = 0; crop < 4; ++crop) {
             USButton* b = Button(form.Controls(), "cmd" + std::to_string(t) + std::to_string(crop),
-                                 names[crop], themes[t],
-                                 At(8 + crop * 120, 8 + t * 44, 112, 36));
+                                 names[crop], themes[t], At(8 + crop * 120, 8 + t * 44, 112, 36));
             // After the theme, which sets its own.
             b->SetCropBorders(static_cast<ENUM_BUTTON_BORDERS>(crop));
         }
@@ -162,9 +160,9 @@ void BuildWordBreaks(Form& form) {
     static const char* const text = "Enviar boletos por e-mail ao cliente";
     for (int32_t row = 0; row < 2; ++row) {
         for (int32_t a = 0; a < 3; ++a) {
-            USButton* b = Button(form.Controls(), "cmd" + std::to_string(row) + std::to_string(a),
-                                 text, ENUM_THEME::WindowsTheme,
-                                 At(8 + a * 152, 8 + row * 60, 144, 52));
+            USButton* b =
+                Button(form.Controls(), "cmd" + std::to_string(row) + std::to_string(a), text,
+                       ENUM_THEME::WindowsTheme, At(8 + a * 152, 8 + row * 60, 144, 52));
             b->SetAlignment(static_cast<ENUM_ALIGNMENTS>(a));
             b->SetCaptionDistance(6);
             // Deliberately False wraps: the stored sense of the property.
@@ -222,8 +220,7 @@ GroupBoxes BuildGroupBoxes(Form& form) {
             Place<USOptionButton>(inside, "optJ" + std::to_string(t), At(10, top + 52, 100, 20));
         company->SetTheme(static_cast<ENUM_THEME>(t));
         company->SetCaption("&Jurídica");
-        auto* news =
-            Place<USCheckBox>(inside, "chkN" + std::to_string(t), At(120, top, 110, 20));
+        auto* news = Place<USCheckBox>(inside, "chkN" + std::to_string(t), At(120, top, 110, 20));
         news->SetTheme(static_cast<ENUM_THEME>(t));
         news->SetCaption("Recebe e-mail");
         made.boxes[t] = g;
@@ -243,6 +240,10 @@ CustomerForm BuildCustomerForm(Form& form) {
     f.cpf = Place<TextBox>(controls, "txtCPF", At(80, 42, 140, 22));
     Caption(form, "lblEmail", "&E-mail:", At(12, 75, 64, 16));
     f.email = Place<TextBox>(controls, "txtEmail", At(80, 72, 320, 22));
+    // A new text box shows its own name, as the host's do.
+    for (TextBox* box : {f.name, f.cpf, f.email}) {
+        box->SetText("");
+    }
 
     USGroupBox* kind = Place<USGroupBox>(controls, "fraTipo", At(12, 108, 196, 96));
     kind->SetTheme(theme);
@@ -263,8 +264,7 @@ CustomerForm BuildCustomerForm(Form& form) {
     f.active->SetTheme(theme);
     f.active->SetCaption("&Ativo");
     f.active->SetValue(vbChecked);
-    f.newsletter =
-        Place<USCheckBox>(options->Controls(), "chkEmail", At(12, top + 26, 160, 20));
+    f.newsletter = Place<USCheckBox>(options->Controls(), "chkEmail", At(12, top + 26, 160, 20));
     f.newsletter->SetTheme(theme);
     f.newsletter->SetCaption("&Recebe e-mail");
 

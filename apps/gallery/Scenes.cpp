@@ -84,7 +84,9 @@ COLORREF FormColour(Form& form, const API32bppDIB& capture) {
     return static_cast<COLORREF>(p[2] | p[1] << 8 | p[0] << 16);
 }
 
-void MoveAway(Stage& stage) { stage.MouseMove(kAway.X, kAway.Y); }
+void MoveAway(Stage& stage) {
+    stage.MouseMove(kAway.X, kAway.Y);
+}
 
 // Shows a form, takes one picture of it at rest and unloads it.
 bool Still(Stage& stage, Form& form, API32bppDIB& out) {
@@ -107,8 +109,7 @@ bool ButtonStates(Stage& stage, API32bppDIB& out) {
         const auto paste = [&](int32_t column) {
             const RECT cell = ButtonSheetCell(t, column);
             sheet.Paste(capture,
-                        Grow(RectInForm(*form, *row.buttons[column]), kButtonMargin,
-                             kButtonMargin),
+                        Grow(RectInForm(*form, *row.buttons[column]), kButtonMargin, kButtonMargin),
                         cell.Left - kButtonMargin, cell.Top - kButtonMargin);
         };
         // Latch one, then give the focus back to the start box, so that
@@ -166,17 +167,16 @@ bool ToggleStates(Stage& stage, API32bppDIB& out) {
     const int32_t cellW = kToggleWidth + 2 * kToggleMarginX;
     const int32_t cellH = kToggleHeight + 2 * kToggleMarginY;
     for (int32_t t = 0; t < kThemeCount; ++t) {
-        auto form =
-            MakeForm("frmMarcas", "Marcas", 8 + kToggleColumns * (kToggleWidth + 4), 68);
+        auto form = MakeForm("frmMarcas", "Marcas", 8 + kToggleColumns * (kToggleWidth + 4), 68);
         ToggleRow row = BuildToggleRow(*form, static_cast<ENUM_THEME>(t));
         form->Show();
         API32bppDIB capture;
         const auto paste = [&](int32_t column) {
             const RECT cell = ToggleSheetCell(t, column);
-            sheet.Paste(capture,
-                        Grow(RectInForm(*form, *row.toggles[column]), kToggleMarginX,
-                             kToggleMarginY),
-                        cell.Left - kToggleMarginX, cell.Top - kToggleMarginY);
+            sheet.Paste(
+                capture,
+                Grow(RectInForm(*form, *row.toggles[column]), kToggleMarginX, kToggleMarginY),
+                cell.Left - kToggleMarginX, cell.Top - kToggleMarginY);
         };
         MoveAway(stage);
         if (!stage.Capture(*form, capture)) {
@@ -271,18 +271,14 @@ bool Customer(Stage& stage, API32bppDIB& out) {
 }  // namespace
 
 RECT ButtonSheetCell(int32_t theme, int32_t column) {
-    const int32_t x =
-        kSheetLabels + column * (kButtonWidth + 2 * kButtonMargin) + kButtonMargin;
-    const int32_t y =
-        kSheetHeader + theme * (kButtonHeight + 2 * kButtonMargin) + kButtonMargin;
+    const int32_t x = kSheetLabels + column * (kButtonWidth + 2 * kButtonMargin) + kButtonMargin;
+    const int32_t y = kSheetHeader + theme * (kButtonHeight + 2 * kButtonMargin) + kButtonMargin;
     return RECT{x, y, x + kButtonWidth, y + kButtonHeight};
 }
 
 RECT ToggleSheetCell(int32_t theme, int32_t column) {
-    const int32_t x =
-        kSheetLabels + column * (kToggleWidth + 2 * kToggleMarginX) + kToggleMarginX;
-    const int32_t y =
-        kSheetHeader + theme * (kToggleHeight + 2 * kToggleMarginY) + kToggleMarginY;
+    const int32_t x = kSheetLabels + column * (kToggleWidth + 2 * kToggleMarginX) + kToggleMarginX;
+    const int32_t y = kSheetHeader + theme * (kToggleHeight + 2 * kToggleMarginY) + kToggleMarginY;
     return RECT{x, y, x + kToggleWidth, y + kToggleHeight};
 }
 

@@ -16,7 +16,7 @@
 namespace kelvara::gallery {
 
 struct Scene {
-    std::string file;   // the picture's file name
+    std::string file;  // the picture's file name
     std::string title;
     std::string shows;  // what is in the picture
     std::string input;  // what was done to get it

@@ -36,7 +36,9 @@ void MoveToCentre(Stage& stage, Control& control) {
 }
 }  // namespace
 
-void Hover(Stage& stage, Control& control) { MoveToCentre(stage, control); }
+void Hover(Stage& stage, Control& control) {
+    MoveToCentre(stage, control);
+}
 
 void Click(Stage& stage, Control& control) {
     MoveToCentre(stage, control);
