@@ -142,6 +142,8 @@ void BuildCropBorders(Form& form) {
                                  names[crop], themes[t], At(8 + crop * 120, 8 + t * 44, 112, 36));
             // After the theme, which sets its own.
             b->SetCropBorders(static_cast<ENUM_BUTTON_BORDERS>(crop));
+            // The window region follows CropBorders when laid out again.
+            b->Refresh();
         }
     }
     // Three buttons joined into one bar: only the outer corners round.
@@ -153,6 +155,7 @@ void BuildCropBorders(Form& form) {
         USButton* b = Button(form.Controls(), "cmdBar" + std::to_string(i), bar[i],
                              ENUM_THEME::WindowsThemeGreen, At(8 + i * 96, 148, 96, 32));
         b->SetCropBorders(crops[i]);
+        b->Refresh();
     }
 }
 

@@ -221,10 +221,26 @@ bool PictureAlignments(Stage& stage, API32bppDIB& out) {
     return Still(stage, *form, out);
 }
 
+// Each pixel as a square of `factor` pixels, so that corners of a few
+// pixels can be seen.
+bool Enlarge(const API32bppDIB& in, int32_t factor, API32bppDIB& out) {
+    if (!out.InitializeDIB(in.Width() * factor, in.Height() * factor)) {
+        return false;
+    }
+    for (int32_t y = 0; y < out.Height(); ++y) {
+        for (int32_t x = 0; x < out.Width(); ++x) {
+            std::memcpy(out.Pixels().Pixel(x, y), in.Pixels().Pixel(x / factor, y / factor), 4);
+        }
+    }
+    out.SetAlpha(ENUM_ALPHA_TYPE::AlphaNone);
+    return true;
+}
+
 bool CropBorders(Stage& stage, API32bppDIB& out) {
     auto form = MakeForm("frmCantos", "CropBorders", 8 + 4 * 120, 188);
     BuildCropBorders(*form);
-    return Still(stage, *form, out);
+    API32bppDIB picture;
+    return Still(stage, *form, picture) && Enlarge(picture, 2, out);
 }
 
 bool WordBreaks(Stage& stage, API32bppDIB& out) {
@@ -259,7 +275,8 @@ bool Customer(Stage& stage, API32bppDIB& out) {
     stage.Type("111.444.777-35");
     stage.Key(VK_TAB);
     stage.Type("maria@empresa.com.br");
-    stage.Key('J', ShiftState::Alt);
+    stage.Key('F', ShiftState::Alt);
+    stage.Key(VK_DOWN);
     stage.Key('R', ShiftState::Alt);
     stage.Key('E', ShiftState::Alt);
     Hover(stage, *f.cancel);
@@ -302,7 +319,8 @@ std::vector<Scene> GalleryScenes() {
         {"crop-borders.png", "Buttons: CropBorders",
          "CropBorders 0 to 3 (none, left corners, right corners, all four rounded) in the "
          "Office Blue, Windows and Windows Black themes; below, three buttons joined into one "
-         "bar with CropLeft, none and CropRight.",
+         "bar with CropLeft, none and CropRight. Shown at twice its size, each pixel a square of "
+         "four, so that the corners can be seen.",
          "None: the form as shown, the mouse away.", CropBorders},
         {"word-breaks.png", "Buttons: long captions",
          "A caption too long for one line, aligned left, centred and right (CaptionDistance "
@@ -333,8 +351,9 @@ std::vector<Scene> GalleryScenes() {
          "A form as a business program has it: labels with access keys, text boxes, option "
          "buttons in a group box, check boxes in another, OK as the default button and "
          "Cancelar as the cancel button, with pictures drawn in code.",
-         "Typed into the name box, Tab, typed the CPF, Tab, typed the e-mail; Alt+J chose "
-         "\"Jurídica\", Alt+R checked \"Recebe e-mail\", Alt+E (the label's access key) took "
+         "Typed into the name box, Tab, typed the CPF, Tab, typed the e-mail; Alt+F took the "
+         "focus to \"Física\" and the Down arrow chose \"Jurídica\", Alt+R checked \"Recebe "
+         "e-mail\", Alt+E (the label's access key) took "
          "the focus back to the e-mail box, so OK shows as the default; the mouse rests on "
          "Cancelar.",
          Customer},
