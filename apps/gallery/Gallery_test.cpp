@@ -136,6 +136,29 @@ TEST(GalleryPage, CheckBoxGlyphFramesAreTheThemesRestAndHotFrames) {
     }
 }
 
+// The top corners of each button in the corner scene (drawn twice its
+// size): a cut corner shows the form behind it, a kept one the border.
+TEST(GalleryPage, CroppedCornersShowTheFormAndKeptCornersTheBorder) {
+    API32bppDIB picture;
+    Load("crop-borders.png", picture);
+    // Window pixels: a 3-pixel frame and a 22-pixel title bar.
+    const auto at = [&](int32_t x, int32_t y) { return PixelAt(picture, 2 * x, 2 * y); };
+    const struct {
+        int32_t crop;
+        bool leftCut, rightCut;
+    } cases[] = {{0, false, false}, {1, true, false}, {2, false, true}, {3, true, true}};
+    for (int32_t row = 0; row < 3; ++row) {
+        for (const auto& c : cases) {
+            const int32_t left = 3 + 8 + c.crop * 120, top = 25 + 8 + row * 44;
+            const int32_t right = left + 111;
+            const std::string form = at(left - 3, top + 18), border = at(left, top + 18);
+            ASSERT_NE(form, border);
+            EXPECT_EQ(at(left, top), c.leftCut ? form : border) << row << ", crop " << c.crop;
+            EXPECT_EQ(at(right, top), c.rightCut ? form : border) << row << ", crop " << c.crop;
+        }
+    }
+}
+
 TEST(GalleryPageText, HtmlEscapeMakesMarkupCharactersText) {
     const struct {
         const char* in;
