@@ -277,7 +277,7 @@ void Control::SetDefault(bool value) {
     }
     if (value && container != nullptr) {
         if (Form* form = Parent()) {
-            for (const auto& c : form->Controls()) {
+            for (Control* c : form->AllControls()) {
                 c->isDefault = false;
             }
         }
@@ -294,7 +294,7 @@ void Control::SetCancel(bool value) {
     }
     if (value && container != nullptr) {
         if (Form* form = Parent()) {
-            for (const auto& c : form->Controls()) {
+            for (Control* c : form->AllControls()) {
                 c->isCancel = false;
             }
         }

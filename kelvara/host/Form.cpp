@@ -349,19 +349,12 @@ int32_t Form::ClientHeightPixels() const {
 
 void Form::SetClientSizePixels(int32_t width, int32_t height) {
     const FrameLayout layout = Layout();
-    RECT outer = initialRect;
-    if (window != 0) {
-        GetWindowRect(window, outer);
-    }
-    const int32_t frameX = (outer.Right - outer.Left) - (layout.client.Right - layout.client.Left);
-    const int32_t frameY = (outer.Bottom - outer.Top) - (layout.client.Bottom - layout.client.Top);
-    // Sizes of the frame alone, for the border style now in force.
+    // Sizes of the frame alone, for the border style now in force; the
+    // whole stays within what a window may be.
     const int32_t fx = 2 * layout.border;
     const int32_t fy = 2 * layout.border + CaptionHeight();
-    (void)frameX;
-    (void)frameY;
-    const int32_t w = std::max(width, 0) + fx;
-    const int32_t h = std::max(height, 0) + fy;
+    const int32_t w = std::clamp(width, 0, kMaxWindowSide - fx) + fx;
+    const int32_t h = std::clamp(height, 0, kMaxWindowSide - fy) + fy;
     if (window == 0) {
         initialRect.Right = initialRect.Left + w;
         initialRect.Bottom = initialRect.Top + h;
@@ -403,12 +396,18 @@ float Form::Height() const {
 }
 
 void Form::Move(float left, float top, float width, float height) {
-    const auto px = [](float twips, int32_t per) {
-        return static_cast<int32_t>(std::lround(twips / static_cast<float>(per)));
+    // Places and sizes are kept within what a window may have, so no
+    // stored number can overflow them.
+    const auto px = [](double twips, int32_t per) {
+        return StoredNumber<int32_t>(std::round(std::clamp(
+            twips / per, -static_cast<double>(kMaxWindowCoordinate),
+            static_cast<double>(kMaxWindowCoordinate))));
     };
-    const RECT r{px(left, Screen::TwipsPerPixelX), px(top, Screen::TwipsPerPixelY),
-                 px(left + width, Screen::TwipsPerPixelX),
-                 px(top + height, Screen::TwipsPerPixelY)};
+    const int32_t x = px(left, Screen::TwipsPerPixelX);
+    const int32_t y = px(top, Screen::TwipsPerPixelY);
+    const int32_t w = std::clamp(px(width, Screen::TwipsPerPixelX), 0, kMaxWindowSide);
+    const int32_t h = std::clamp(px(height, Screen::TwipsPerPixelY), 0, kMaxWindowSide);
+    const RECT r{x, y, x + w, y + h};
     if (window == 0) {
         initialRect = r;
         startUpPosition = 0;
@@ -644,15 +643,42 @@ void Form::FocusChanged() {
     }
 }
 
+namespace {
+
+void Collect(ControlCollection& collection, std::vector<Control*>& out) {
+    for (const auto& c : collection) {
+        out.push_back(c.get());
+        if (auto* inner = dynamic_cast<ControlContainer*>(c.get())) {
+            Collect(inner->ContainedControls(), out);
+        }
+    }
+}
+
+}  // namespace
+
+std::vector<Control*> Form::AllControls() const {
+    std::vector<Control*> all;
+    Collect(const_cast<ControlCollection&>(controls), all);
+    return all;
+}
+
 void Form::UpdateDisplayedDefault() {
     Control* shown = nullptr;
-    Control* focused = ActiveControl();
+    const std::vector<Control*> all = AllControls();
+    // The innermost control that has the focus: it comes last.
+    Control* focused = nullptr;
+    const HWND focus = GetFocus();
+    for (Control* c : all) {
+        if (focus != 0 && c->OwnsWindow(focus)) {
+            focused = c;
+        }
+    }
     if (focused != nullptr && focused->CanBeDefault()) {
         shown = focused;
     } else {
-        for (const auto& c : controls) {
+        for (Control* c : all) {
             if (c->Default() && c->CanBeDefault()) {
-                shown = c.get();
+                shown = c;
                 break;
             }
         }
@@ -730,7 +756,7 @@ bool Form::FilterKey(const MSG& msg) {
         return false;
     }
     if (vk == VK_ESCAPE && shift == 0 && !wanted) {
-        for (const auto& c : controls) {
+        for (Control* c : AllControls()) {
             if (c->Cancel() && c->Enabled() && c->Visible()) {
                 c->OnAccessKey(27);
                 return true;

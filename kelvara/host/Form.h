@@ -146,6 +146,9 @@ public:
     ControlCollection& Controls() { return controls; }
     // The control with the focus, or nullptr.
     Control* ActiveControl() const;
+    // Every control on the form, with those inside other controls after
+    // their container.
+    std::vector<Control*> AllControls() const;
     // The control shown as the default button now, if any.
     Control* DisplayedDefault() const { return displayedDefault; }
 

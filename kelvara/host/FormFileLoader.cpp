@@ -39,8 +39,11 @@ bool Flag(const PropertyBag& bag, std::string_view key, bool fallback) {
 int32_t Twips(int32_t pixels, int32_t per) {
     return pixels * per;
 }
+// Within the places a window may have, so that nothing computed from it
+// overflows.
 int32_t Pixels(double twips, int32_t per) {
-    return StoredNumber<int32_t>(std::round(std::clamp(twips / per, -1e9, 1e9)));
+    const auto limit = static_cast<double>(kMaxWindowCoordinate);
+    return StoredNumber<int32_t>(std::round(std::clamp(twips / per, -limit, limit)));
 }
 
 void ApplyFormProperties(Form& form, const PropertyBag& bag) {

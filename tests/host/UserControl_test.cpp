@@ -269,6 +269,28 @@ TEST_F(UserControlTest, AccessKeysDefaultAndCancelGoToTheirControls) {
     EXPECT_EQ(Take().front(), "cancel.AccessKeyPress 13");
 }
 
+TEST_F(UserControlTest, DefaultAndCancelControlsMayLieInsideOtherControls) {
+    auto form = MakeForm();
+    Recorder* text = AddRecorder(*form, "text", {0, 0, 50, 20});
+    Recorder* box = AddRecorder(*form, "box", {0, 30, 200, 100});
+    auto inner = std::make_unique<Recorder>();
+    inner->log = &log;
+    auto* cancel =
+        static_cast<Recorder*>(box->Controls().AddCreated(std::move(inner), "cancel", nullptr, true));
+    cancel->SetBounds(RECT{10, 10, 60, 30});
+    cancel->SetDefaultCancel(true);
+    cancel->SetCancel(true);
+    cancel->SetDefault(true);
+    form->Show();
+    EXPECT_EQ(form->ActiveControl(), text);
+    EXPECT_EQ(form->DisplayedDefault(), cancel);
+    Take();
+    desktop.Key(VK_ESCAPE);
+    desktop.Key(VK_RETURN);
+    EXPECT_EQ(Take(), (Lines{"cancel.AccessKeyPress 27", "text.KeyUp 27 0",
+                             "cancel.AccessKeyPress 13", "text.KeyUp 13 0"}));
+}
+
 TEST_F(UserControlTest, DesignModeControlsSeeNoUserModeAndNoInput) {
     auto form = MakeForm(FormMode::Design);
     AddRecorder(*form, "a", {0, 0, 50, 20});
