@@ -214,6 +214,89 @@ TEST_F(SdlDesktopTest, AtDoubleScaleEachPixelIsATwoByTwoSquare) {
     }
 }
 
+// The form's own frame, driven by SDL's mouse: the real window follows.
+TEST_F(SdlDesktopTest, TheFrameMovesSizesMaximisesAndMinimisesTheRealWindow) {
+    Open();
+    auto form = LoadCadastro();
+    ASSERT_TRUE(form);
+    form->Show();
+    SetFocus(0);
+    Settle();
+    const HWND hwnd = form->hWnd();
+    SDL_Window* window = desktop->WindowOf(hwnd);
+    const auto where = [&] {
+        int x = 0;
+        int y = 0;
+        int w = 0;
+        int h = 0;
+        SDL_GetWindowPosition(window, &x, &y);
+        SDL_GetWindowSize(window, &w, &h);
+        return RECT{x, y, x + w, y + h};
+    };
+    const auto same = [](const RECT& a, const RECT& b) {
+        return a.Left == b.Left && a.Top == b.Top && a.Right == b.Right && a.Bottom == b.Bottom;
+    };
+    // A press at `from` (window pixels), a move by (dx, dy) and the
+    // release, where the mouse then is over the window as it stands.
+    const auto drag = [&](POINT from, int32_t dx, int32_t dy) {
+        RECT before;
+        GetWindowRect(hwnd, before);
+        PushMotion(window, from.X, from.Y);
+        PushButton(window, SDL_BUTTON_LEFT, true, from.X, from.Y);
+        PushMotion(window, from.X + dx, from.Y + dy);
+        Settle();
+        RECT after;
+        GetWindowRect(hwnd, after);
+        const int32_t x = before.Left + from.X + dx - after.Left;
+        const int32_t y = before.Top + from.Y + dy - after.Top;
+        PushButton(window, SDL_BUTTON_LEFT, false, x, y);
+        Settle();
+    };
+    RECT start;
+    GetWindowRect(hwnd, start);
+    const Form::FrameLayout layout = form->Layout();
+
+    drag(POINT{layout.caption.Left + 40, (layout.caption.Top + layout.caption.Bottom) / 2}, 30, 20);
+    RECT moved;
+    GetWindowRect(hwnd, moved);
+    EXPECT_TRUE(same(moved, RECT{start.Left + 30, start.Top + 20, start.Right + 30,
+                                 start.Bottom + 20}));
+    EXPECT_TRUE(same(where(), moved));
+
+    drag(POINT{moved.Right - moved.Left - 1, moved.Bottom - moved.Top - 1}, 40, 25);
+    RECT sized;
+    GetWindowRect(hwnd, sized);
+    EXPECT_TRUE(same(sized, RECT{moved.Left, moved.Top, moved.Right + 40, moved.Bottom + 25}));
+    EXPECT_TRUE(same(where(), sized));
+    PixelBuffer rendered;
+    ASSERT_TRUE(desktop->ReadPixels(hwnd, rendered));
+    EXPECT_EQ(FirstDifference(rendered, Truth(hwnd)), "");
+
+    const auto click = [&](const RECT& button) {
+        const POINT at{(button.Left + button.Right) / 2, (button.Top + button.Bottom) / 2};
+        PushMotion(window, at.X, at.Y);
+        PushButton(window, SDL_BUTTON_LEFT, true, at.X, at.Y);
+        PushButton(window, SDL_BUTTON_LEFT, false, at.X, at.Y);
+        Settle();
+    };
+    SDL_Rect usable;
+    ASSERT_EQ(SDL_GetDisplayUsableBounds(0, &usable), 0);
+    click(form->Layout().maximize);
+    EXPECT_TRUE(IsZoomed(hwnd));
+    EXPECT_TRUE(same(where(), RECT{usable.x, usable.y, usable.x + usable.w, usable.y + usable.h}));
+    click(form->Layout().maximize);
+    EXPECT_FALSE(IsZoomed(hwnd));
+    EXPECT_TRUE(same(where(), sized));
+
+    // Minimised by its button; given back by the desktop (a task bar).
+    click(form->Layout().minimize);
+    EXPECT_TRUE(IsIconic(hwnd));
+    PushWindowEvent(window, SDL_WINDOWEVENT_RESTORED);
+    Settle();
+    EXPECT_FALSE(IsIconic(hwnd));
+    EXPECT_TRUE(same(where(), sized));
+}
+
 TEST_F(SdlDesktopTest, TheWorkAreaIsTheDisplaysUsablePartAndMaximisedFormsFillIt) {
     Open();
     SDL_Rect usable;
