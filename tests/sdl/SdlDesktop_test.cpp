@@ -259,8 +259,8 @@ TEST_F(SdlDesktopTest, TheFrameMovesSizesMaximisesAndMinimisesTheRealWindow) {
     drag(POINT{layout.caption.Left + 40, (layout.caption.Top + layout.caption.Bottom) / 2}, 30, 20);
     RECT moved;
     GetWindowRect(hwnd, moved);
-    EXPECT_TRUE(same(moved, RECT{start.Left + 30, start.Top + 20, start.Right + 30,
-                                 start.Bottom + 20}));
+    EXPECT_TRUE(
+        same(moved, RECT{start.Left + 30, start.Top + 20, start.Right + 30, start.Bottom + 20}));
     EXPECT_TRUE(same(where(), moved));
 
     drag(POINT{moved.Right - moved.Left - 1, moved.Bottom - moved.Top - 1}, 40, 25);
@@ -279,8 +279,12 @@ TEST_F(SdlDesktopTest, TheFrameMovesSizesMaximisesAndMinimisesTheRealWindow) {
         PushButton(window, SDL_BUTTON_LEFT, false, at.X, at.Y);
         Settle();
     };
+    // The work area is the display's usable part; a maximised form fills it.
     SDL_Rect usable;
     ASSERT_EQ(SDL_GetDisplayUsableBounds(0, &usable), 0);
+    RECT work;
+    ASSERT_TRUE(SystemParametersInfo(SPI_GETWORKAREA, 0, &work));
+    EXPECT_TRUE(same(work, RECT{usable.x, usable.y, usable.x + usable.w, usable.y + usable.h}));
     click(form->Layout().maximize);
     EXPECT_TRUE(IsZoomed(hwnd));
     EXPECT_TRUE(same(where(), RECT{usable.x, usable.y, usable.x + usable.w, usable.y + usable.h}));
@@ -295,44 +299,6 @@ TEST_F(SdlDesktopTest, TheFrameMovesSizesMaximisesAndMinimisesTheRealWindow) {
     Settle();
     EXPECT_FALSE(IsIconic(hwnd));
     EXPECT_TRUE(same(where(), sized));
-}
-
-TEST_F(SdlDesktopTest, TheWorkAreaIsTheDisplaysUsablePartAndMaximisedFormsFillIt) {
-    Open();
-    SDL_Rect usable;
-    ASSERT_EQ(SDL_GetDisplayUsableBounds(0, &usable), 0);
-    RECT work;
-    ASSERT_TRUE(SystemParametersInfo(SPI_GETWORKAREA, 0, &work));
-    EXPECT_EQ(work.Left, usable.x);
-    EXPECT_EQ(work.Top, usable.y);
-    EXPECT_EQ(work.Right, usable.x + usable.w);
-    EXPECT_EQ(work.Bottom, usable.y + usable.h);
-
-    auto form = LoadCadastro();
-    ASSERT_TRUE(form);
-    form->Show();
-    Settle();
-    const HWND hwnd = form->hWnd();
-    RECT before;
-    GetWindowRect(hwnd, before);
-    form->SetWindowState(2);
-    Settle();
-    SDL_Window* window = desktop->WindowOf(hwnd);
-    int x = 0;
-    int y = 0;
-    int w = 0;
-    int h = 0;
-    SDL_GetWindowPosition(window, &x, &y);
-    SDL_GetWindowSize(window, &w, &h);
-    EXPECT_EQ(x, usable.x);
-    EXPECT_EQ(y, usable.y);
-    EXPECT_EQ(w, usable.w);
-    EXPECT_EQ(h, usable.h);
-    form->SetWindowState(0);
-    Settle();
-    SDL_GetWindowSize(window, &w, &h);
-    EXPECT_EQ(w, before.Right - before.Left);
-    EXPECT_EQ(h, before.Bottom - before.Top);
 }
 
 TEST_F(SdlDesktopTest, WindowKindsOpacityAndVisibilityFollowTheCore) {

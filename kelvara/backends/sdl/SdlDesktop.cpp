@@ -496,16 +496,13 @@ void SdlDesktop::TranslateWindowEvent(const SDL_Event& event) {
             PostMessage(hwnd, WM_SYSCOMMAND, SC_CLOSE, 0);
             break;
         case SDL_WINDOWEVENT_FOCUS_GAINED:
-            focused = hwnd;
+            raisedActive = hwnd;  // the desktop raised it already
             if (GetActiveWindow() != hwnd && IsWindowVisible(hwnd) && IsWindowEnabled(hwnd) &&
                 (static_cast<uint32_t>(GetWindowLong(hwnd, GWL_EXSTYLE)) & WS_EX_NOACTIVATE) == 0) {
                 SetActiveWindow(hwnd);
             }
             break;
         case SDL_WINDOWEVENT_FOCUS_LOST:
-            if (focused == hwnd) {
-                focused = 0;
-            }
             // Keys let go elsewhere would otherwise stay held here.
             ReleaseHeld();
             break;
@@ -659,6 +656,9 @@ void SdlDesktop::Sync(HWND hwnd) {
     if (s.window != nullptr && s.flags != flags) {
         Destroy(s);  // SDL takes a window's kind only when making it
     }
+    if (s.window == nullptr || !visible) {
+        raisedActive = raisedActive == hwnd ? 0 : raisedActive;  // raised again when shown
+    }
     if (!visible) {
         if (s.window != nullptr && s.visible) {
             SDL_HideWindow(s.window);
@@ -732,8 +732,11 @@ void SdlDesktop::Sync(HWND hwnd) {
     }
 }
 
-// Stacks the SDL windows as the core stacks its windows, and gives the
-// keyboard to the core's active window.
+// Brings the core's active window to the front with the keyboard, once
+// each time the core activates another; and keeps pop-ups and tooltips,
+// which no window manager stacks, above it in the core's order. Inactive
+// ordinary windows are stacked by the window manager: raising them would
+// ask it to activate them too.
 void SdlDesktop::SyncOrder() {
     std::vector<HWND> now;
     for (HWND hwnd : StackOrder(core.TopLevelWindows())) {
@@ -743,27 +746,29 @@ void SdlDesktop::SyncOrder() {
         }
     }
     const HWND active = GetActiveWindow();
-    const bool activeMoved =
-        active != focused && std::find(now.begin(), now.end(), active) != now.end();
-    if (now == order && !activeMoved) {
+    const bool activeShown = std::find(now.begin(), now.end(), active) != now.end();
+    const bool activated = activeShown && active != raisedActive;
+    if (now == order && !activated) {
         return;
     }
-    // Only the windows from the first that stands elsewhere need raising.
-    size_t same = 0;
-    while (same < now.size() && same < order.size() && now[same] == order[same] && !activeMoved) {
-        ++same;
-    }
-    for (size_t i = same; i < now.size(); ++i) {
-        SDL_RaiseWindow(shown[now[i]]->window);
-    }
-    order = now;
-    if (activeMoved) {
+    if (activated) {
         Shown& s = *shown[active];
+        SDL_RaiseWindow(s.window);
         if (!s.minimized) {
             SDL_SetWindowInputFocus(s.window);
-            focused = active;
+        }
+        raisedActive = active;
+    }
+    constexpr uint32_t kUnmanaged = SDL_WINDOW_TOOLTIP | SDL_WINDOW_POPUP_MENU;
+    bool above = !activeShown;
+    for (HWND hwnd : now) {
+        if (hwnd == active) {
+            above = true;
+        } else if (above && (shown[hwnd]->flags & kUnmanaged) != 0) {
+            SDL_RaiseWindow(shown[hwnd]->window);
         }
     }
+    order = now;
 }
 
 void SdlDesktop::Upload(HWND hwnd, Shown& s) {
@@ -792,8 +797,15 @@ void SdlDesktop::Render(Shown& s) {
 }
 
 void SdlDesktop::Present() {
+    // Windows the core told of, and those shown already (a window made a
+    // child elsewhere is told of under its new top-level window).
     std::vector<HWND> todo;
     todo.swap(changed);
+    for (const auto& [hwnd, s] : shown) {
+        if (s->window != nullptr) {
+            todo.push_back(hwnd);
+        }
+    }
     std::sort(todo.begin(), todo.end());
     todo.erase(std::unique(todo.begin(), todo.end()), todo.end());
     for (HWND hwnd : todo) {

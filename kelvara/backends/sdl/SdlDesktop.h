@@ -145,7 +145,9 @@ private:
     std::map<HWND, std::unique_ptr<Shown>> shown;
     std::vector<HWND> changed;
     std::vector<HWND> order;
-    HWND focused = 0;
+    // The active window last brought to the front, by us or by the
+    // window manager.
+    HWND raisedActive = 0;
     // What the core has been told is held.
     bool heldShift = false;
     bool heldCtrl = false;
