@@ -345,12 +345,16 @@ TEST_F(SdlDesktopTest, WindowKindsOpacityAndVisibilityFollowTheCore) {
     ASSERT_EQ(SDL_GetWindowOpacity(window, &opacity), 0);
     EXPECT_NEAR(opacity, 0.2f, 0.01f);
 
+    // Drawn while hidden, shown as drawn.
     ShowWindow(hwnd, SW_HIDE);
     Settle();
     EXPECT_NE(SDL_GetWindowFlags(window) & SDL_WINDOW_HIDDEN, 0u);
+    GetDC(hwnd)->FillRect(RECT{5, 5, 20, 20}, 0x00FF00);
     ShowWindow(hwnd, SW_SHOWNA);
     Settle();
     EXPECT_EQ(SDL_GetWindowFlags(window) & SDL_WINDOW_HIDDEN, 0u);
+    ASSERT_TRUE(desktop->ReadPixels(hwnd, rendered));
+    EXPECT_EQ(FirstDifference(rendered, Truth(hwnd)), "");
     DestroyWindow(hwnd);
 }
 

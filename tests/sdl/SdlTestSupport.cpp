@@ -103,6 +103,9 @@ bool EnsureDisplay(std::string& why) {
     if (!tried) {
         tried = true;
         setenv("SDL_VIDEODRIVER", "x11", 1);
+        // Windows show through X's own framebuffer: SDL would otherwise load
+        // OpenGL (and let it go again) only to ask whether it is fast.
+        setenv("SDL_FRAMEBUFFER_ACCELERATION", "0", 1);
         const char* given = std::getenv("KELVARA_SDL_TEST_DISPLAY");
         if (given != nullptr && *given != '\0') {
             setenv("DISPLAY", given, 1);

@@ -716,6 +716,8 @@ void SdlDesktop::Sync(HWND hwnd) {
     }
     s.modalFor = modalFor;
     if (!s.visible) {
+        // What changed while it was hidden was never told.
+        s.dirty.assign(1, RECT{0, 0, w, h});
         SDL_ShowWindow(s.window);
         s.visible = true;
         s.needsPresent = true;
