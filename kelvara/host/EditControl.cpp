@@ -121,6 +121,13 @@ LRESULT EditControl::State::Proc(HWND h, uint32_t msg, WPARAM wParam, LPARAM lPa
             return 0;
         case WM_ERASEBKGND:
             return 1;  // WM_PAINT fills everything
+        case WM_SETCURSOR:
+            // The I-beam (MousePointer 3), unless a parent decides first.
+            if (const LRESULT parent = DefWindowProc(h, msg, wParam, lParam); parent != 0) {
+                return parent;
+            }
+            SetCursorShape(3);
+            return 1;
         case WM_NCDESTROY:
             KillTimer(hwnd, kBlinkTimer);
             KillTimer(hwnd, kDragTimer);

@@ -32,6 +32,26 @@ std::vector<Form*>& LoadedForms() {
     return forms;
 }
 
+// The pointer over a frame's sizing edge.
+int16_t SizingPointer(int32_t hit) {
+    switch (hit) {
+        case HTLEFT:
+        case HTRIGHT:
+            return vbSizeWE;
+        case HTTOP:
+        case HTBOTTOM:
+            return vbSizeNS;
+        case HTTOPLEFT:
+        case HTBOTTOMRIGHT:
+            return vbSizeNWSE;
+        case HTTOPRIGHT:
+        case HTBOTTOMLEFT:
+            return vbSizeNESW;
+        default:
+            return vbDefault;
+    }
+}
+
 bool In(const RECT& r, POINT p) {
     return p.X >= r.Left && p.X < r.Right && p.Y >= r.Top && p.Y < r.Bottom;
 }
@@ -892,6 +912,17 @@ LRESULT Form::WindowProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam) 
         case WM_CLOSE:
             UnloadForm(vbFormControlMenu);
             return 0;
+        case WM_SETCURSOR:
+            if (static_cast<HWND>(wParam) == hwnd) {
+                POINT p;
+                GetCursorPos(p);
+                ScreenToClient(hwnd, p);
+                if (const int16_t pointer = SizingPointer(NcHit(p)); pointer != vbDefault) {
+                    SetCursorShape(pointer);
+                    return 1;
+                }
+            }
+            return DefWindowProc(hwnd, msg, wParam, lParam);
         case WM_LBUTTONDOWN:
         case WM_LBUTTONUP:
         case WM_LBUTTONDBLCLK:

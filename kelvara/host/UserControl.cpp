@@ -367,6 +367,15 @@ LRESULT UserControl::WindowProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM l
         case WM_CAPTURECHANGED:
             buttonsDown = 0;
             return 0;
+        case WM_SETCURSOR:
+            // Over the control's own window its pointer shows; its parts
+            // answer for themselves.
+            if (static_cast<HWND>(wParam) == window && mousePointer != vbDefault &&
+                Ambient().UserMode) {
+                SetCursorShape(mousePointer, mouseIcon.get());
+                return 1;
+            }
+            return DefWindowProc(hwnd, msg, wParam, lParam);
         case WM_KEYDOWN:
         case WM_SYSKEYDOWN:
         case WM_KEYUP:

@@ -111,6 +111,10 @@ LRESULT DefWindowProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam) {
             return 1;
         case WM_NCHITTEST:
             return HTCLIENT;
+        case WM_SETCURSOR:
+            // The parent is asked first; a parent that answers decides for
+            // its children.
+            return w->IsChild() ? SendMessage(w->parent, msg, wParam, lParam) : 0;
         case WM_SETTEXT:
             w->text = lParam != 0 ? std::string(reinterpret_cast<const char*>(lParam)) : "";
             return 1;
@@ -620,6 +624,8 @@ bool SetWindowRgn(HWND hwnd, const Region* region, bool redraw) {
             InvalidateRect(w->parent, &w->rect, true);
         }
     }
+    // What shows of the window is another shape now, painted or not.
+    WindowApi::Dirty(hwnd, RECT{0, 0, w->Width(), w->Height()});
     WindowApi::Changed(hwnd);
     return true;
 }
@@ -638,6 +644,17 @@ bool SetLayeredWindowAttributes(HWND hwnd, COLORREF key, uint8_t alpha, uint32_t
     w->alpha = alpha;
     w->layeredFlags = flags & (LWA_ALPHA | LWA_COLORKEY);
     WindowApi::Changed(hwnd);
+    return true;
+}
+
+bool GetLayeredWindowAttributes(HWND hwnd, COLORREF& key, uint8_t& alpha, uint32_t& flags) {
+    const auto* w = WindowApi::Find(hwnd);
+    if (w == nullptr || (w->exStyle & WS_EX_LAYERED) == 0) {
+        return false;
+    }
+    key = w->colorKey;
+    alpha = w->alpha;
+    flags = w->layeredFlags;
     return true;
 }
 
@@ -738,7 +755,21 @@ bool TranslateMessage(const MSG& msg) {
     if (msg.message != WM_KEYDOWN) {
         return false;
     }
-    const uint8_t* keys = WindowApi::Core().keys;
+    auto& state = WindowApi::Core();
+    if (state.typedKey) {
+        const MSG& typed = state.typedKey->msg;
+        if (typed.hwnd == msg.hwnd && typed.wParam == msg.wParam && typed.lParam == msg.lParam &&
+            typed.time == msg.time) {
+            const char32_t known = state.typedKey->c;
+            state.typedKey.reset();
+            if (known == 0) {
+                return false;
+            }
+            state.posted.push_front(MSG{msg.hwnd, WM_CHAR, known, msg.lParam, msg.time, msg.pt});
+            return true;
+        }
+    }
+    const uint8_t* keys = state.keys;
     const bool shift = (keys[VK_SHIFT] & 0x80) != 0;
     const bool ctrl = (keys[VK_CONTROL] & 0x80) != 0;
     const auto vk = static_cast<int32_t>(msg.wParam);
@@ -936,7 +967,7 @@ bool EndPaint(HWND hwnd, const PAINTSTRUCT& paint) {
         return false;
     }
     paint.hdc->Restore();
-    WindowApi::Changed(hwnd);
+    WindowApi::Dirty(hwnd, paint.rcPaint);
     return true;
 }
 
@@ -948,6 +979,8 @@ Canvas* GetDC(HWND hwnd) {
     if (!w->dc) {
         w->dc = std::make_unique<Canvas>(w->surface);
     }
+    // The caller draws anywhere on the window from here on.
+    WindowApi::Dirty(hwnd, RECT{0, 0, w->Width(), w->Height()});
     return w->dc.get();
 }
 
@@ -1186,6 +1219,10 @@ std::string GetClipboardText() {
 bool SetClipboardText(std::string_view text) {
     WindowCore::Current().GetBackend().SetClipboardText(std::string(text));
     return true;
+}
+
+void SetCursorShape(int16_t pointer, const PixelBuffer* icon) {
+    WindowCore::Current().GetBackend().SetCursorShape(pointer, icon);
 }
 
 }  // namespace kelvara

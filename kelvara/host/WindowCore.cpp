@@ -88,6 +88,15 @@ void WindowCore::InjectKey(int32_t vk, bool down) {
     state->input.push_back(std::move(in));
 }
 
+void WindowCore::InjectTypedKey(int32_t vk, char32_t typed) {
+    auto in = std::make_unique<PendingInput>();
+    in->kind = PendingInput::Kind::Key;
+    in->vk = vk & 0xFF;
+    in->down = true;
+    in->typed = typed;
+    state->input.push_back(std::move(in));
+}
+
 void WindowCore::InjectChar(char32_t c) {
     auto in = std::make_unique<PendingInput>();
     in->kind = PendingInput::Kind::Char;
@@ -199,7 +208,44 @@ LRESULT WindowApi::ContinueDelivery(HWND hwnd, uint32_t msg, WPARAM wParam, LPAR
 void WindowApi::Changed(HWND hwnd) {
     const HWND top = GetAncestorTop(hwnd);
     if (top != 0) {
+        // A child that moved, appeared or changed shape shows anew where it
+        // is now (where it was is painted again by its parent). A top-level
+        // window's picture does not change by moving.
+        if (const Window* w = Find(hwnd); w != nullptr && w->IsChild()) {
+            Dirty(hwnd, RECT{0, 0, w->Width(), w->Height()});
+        }
         Core().backend.TopLevelChanged(top);
+    }
+}
+
+void WindowApi::Dirty(HWND hwnd, const RECT& area) {
+    RECT r = area;
+    const Window* w = Find(hwnd);
+    for (; w != nullptr; w = w->IsChild() ? Find(w->parent) : nullptr) {
+        // What a hidden window draws shows nowhere; showing it tells again.
+        if ((w->style & WS_VISIBLE) == 0) {
+            return;
+        }
+        r = Intersect(r, RECT{0, 0, w->Width(), w->Height()});
+        if (r.IsEmpty()) {
+            return;
+        }
+        if (!w->IsChild()) {
+            Core().backend.TopLevelDirty(w->hwnd, r);
+            return;
+        }
+        r = RECT{r.Left + w->rect.Left, r.Top + w->rect.Top, r.Right + w->rect.Left,
+                 r.Bottom + w->rect.Top};
+    }
+}
+
+// Asks the window under the mouse, and through it its parents, which
+// pointer to show; unanswered, the default one shows.
+void WindowApi::AskCursor(HWND target) {
+    const LRESULT answered = SendMessage(target, WM_SETCURSOR, static_cast<WPARAM>(target),
+                                         MAKELPARAM(HTCLIENT, static_cast<int32_t>(WM_MOUSEMOVE)));
+    if (answered == 0) {
+        Core().backend.SetCursorShape(0, nullptr);
     }
 }
 
@@ -403,6 +449,7 @@ std::optional<MSG> WindowApi::Route(WindowCore::PendingInput& in) {
                 bits |= 1u << 29;
             }
             msg.lParam = static_cast<LPARAM>(static_cast<int32_t>(bits));
+            core.typedKey.reset();
         } else {
             msg.message = WM_CHAR;
             msg.wParam = static_cast<WPARAM>(in.c);
@@ -411,6 +458,9 @@ std::optional<MSG> WindowApi::Route(WindowCore::PendingInput& in) {
         msg.hwnd = core.focus != 0 ? core.focus : core.active;
         if (msg.hwnd == 0 || !IsWindowEnabled(msg.hwnd)) {
             return std::nullopt;
+        }
+        if (in.kind == Kind::Key && in.typed && msg.message == WM_KEYDOWN) {
+            core.typedKey = WindowCore::State::TypedKey{msg, *in.typed};
         }
         return msg;
     }
@@ -451,6 +501,12 @@ std::optional<MSG> WindowApi::Route(WindowCore::PendingInput& in) {
         msg.wParam = MAKEWPARAM(static_cast<int32_t>(MouseFlags()), in.delta);
         msg.lParam = MAKELPARAM(in.pt.X, in.pt.Y);
         return msg;
+    }
+    if (in.kind == Kind::Move && core.capture == 0) {
+        AskCursor(target);
+        if (Find(target) == nullptr) {
+            return std::nullopt;
+        }
     }
     POINT client = in.pt;
     ScreenToClient(target, client);
@@ -807,6 +863,24 @@ bool WindowCore::Compose(HWND hwnd, PixelBuffer& out) {
         return false;
     }
     WindowApi::ComposeInto(hwnd, out, 0, 0, RECT{0, 0, w->Width(), w->Height()});
+    return true;
+}
+
+bool WindowCore::ComposeArea(HWND hwnd, PixelBuffer& out, const RECT& area) {
+    const Window* w = WindowApi::Find(hwnd);
+    if (w == nullptr || out.Width() != w->Width() || out.Height() != w->Height()) {
+        return false;
+    }
+    const RECT clip = Intersect(area, RECT{0, 0, w->Width(), w->Height()});
+    if (clip.IsEmpty()) {
+        return true;
+    }
+    // Cleared first, so that what lies outside a region reads as Compose
+    // leaves it: transparent black.
+    for (int32_t y = clip.Top; y < clip.Bottom; ++y) {
+        std::memset(out.Pixel(clip.Left, y), 0, static_cast<size_t>(clip.Right - clip.Left) * 4);
+    }
+    WindowApi::ComposeInto(hwnd, out, 0, 0, clip);
     return true;
 }
 

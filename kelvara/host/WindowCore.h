@@ -18,6 +18,11 @@
 // Messages are read in the host's order: posted messages, then input, then
 // WM_PAINT for invalid windows, then WM_TIMER for due timers. The calls
 // below are those of the host, on the current core (WindowCore::Current).
+//
+// A mouse move that no capture holds first asks the window under the mouse
+// which pointer to show (WM_SETCURSOR, sent as the move is read): a child
+// hands the question to its parent first, and a window that answers 1 has
+// called SetCursorShape; when none answers, the default arrow shows.
 
 #include <cstdint>
 #include <deque>
@@ -55,8 +60,17 @@ public:
     // the core's Inject calls) or moves the clock. False when nothing can
     // ever come, and GetMessage then gives up.
     virtual bool WaitForInput() = 0;
-    // A top-level window moved, changed size, visibility or picture.
+    // A top-level window moved, changed size, visibility, order or style,
+    // or a window in it did.
     virtual void TopLevelChanged(HWND) {}
+    // Part of what a top-level window shows may have changed: `area` is in
+    // that window's pixels. Notices overlap and come often; a backend that
+    // keeps pictures of its own redraws only these parts.
+    virtual void TopLevelDirty(HWND, const RECT& /*area*/) {}
+    // The mouse pointer to show now: a MousePointer value (0 the default
+    // arrow, 3 the I-beam, 6 to 9 the sizing arrows ...), and for 99 its
+    // picture (may be null).
+    virtual void SetCursorShape(int16_t /*pointer*/, const PixelBuffer* /*icon*/) {}
     virtual std::string ClipboardText() { return clipboard; }
     virtual void SetClipboardText(std::string text) { clipboard = std::move(text); }
 
@@ -105,6 +119,11 @@ public:
     // (vertical) or to the right (horizontal).
     void InjectWheel(int32_t delta, bool horizontal, int32_t x, int32_t y);
     void InjectKey(int32_t vk, bool down);
+    // A key press whose character the machine's keyboard layout already
+    // knows (0 for none, as for a dead key): TranslateMessage posts that
+    // character instead of the one it would make from the key alone, so
+    // Caps Lock, AltGr and other layouts type what the keyboard shows.
+    void InjectTypedKey(int32_t vk, char32_t typed);
     // A character that no key stands for (accents, dead keys): a WM_CHAR on
     // its own.
     void InjectChar(char32_t c);
@@ -123,6 +142,9 @@ public:
     // The window and its visible children as they show on screen, the
     // size of the window.
     bool Compose(HWND hwnd, PixelBuffer& out);
+    // Composes again only `area` (window pixels) of a picture Compose made
+    // earlier; `out` must have the window's size. False when it has not.
+    bool ComposeArea(HWND hwnd, PixelBuffer& out, const RECT& area);
     // All visible top-level windows in their order, over `out` as it is
     // (the caller draws the desktop under them).
     void ComposeScreen(PixelBuffer& out);
@@ -203,6 +225,9 @@ bool ScreenToClient(HWND hwnd, POINT& point);
 bool SetWindowRgn(HWND hwnd, const Region* region, bool redraw = true);
 std::optional<Region> GetWindowRgn(HWND hwnd);
 bool SetLayeredWindowAttributes(HWND hwnd, COLORREF key, uint8_t alpha, uint32_t flags);
+// What SetLayeredWindowAttributes set; false for a window that is not
+// layered.
+bool GetLayeredWindowAttributes(HWND hwnd, COLORREF& key, uint8_t& alpha, uint32_t& flags);
 
 // The topmost visible, enabled window under a screen point whose region
 // holds it; children before parents. 0 for none.
@@ -278,5 +303,8 @@ bool SystemParametersInfo(uint32_t action, uint32_t param, void* out, uint32_t w
 COLORREF GetSysColor(int32_t index);
 std::string GetClipboardText();
 bool SetClipboardText(std::string_view text);
+// Shows a mouse pointer (see Backend::SetCursorShape); windows call it
+// when they answer WM_SETCURSOR.
+void SetCursorShape(int16_t pointer, const PixelBuffer* icon = nullptr);
 
 }  // namespace kelvara

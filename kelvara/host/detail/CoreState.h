@@ -70,6 +70,8 @@ struct WindowCore::PendingInput {
     int32_t delta = 0;
     int32_t vk = 0;
     char32_t c = 0;
+    // A key press that brings its character along (InjectTypedKey).
+    std::optional<char32_t> typed;
 };
 
 // A message on its way along a window's hooks: the hooks as they were when
@@ -103,6 +105,13 @@ struct WindowCore::State {
     HWND mouseWindow = 0;  // the window the mouse was last routed to
     POINT cursor;
     uint8_t keys[256] = {};
+    // The character the key press just routed types, when the backend
+    // said so: TranslateMessage takes it for that message only.
+    struct TypedKey {
+        MSG msg;
+        char32_t c = 0;
+    };
+    std::optional<TypedKey> typedKey;
     bool quit = false;
     int32_t quitCode = 0;
     std::vector<std::pair<int32_t, MSGFILTER>> filters;  // oldest first
@@ -168,6 +177,10 @@ public:
     static bool PeekCore(MSG& msg, HWND filter, bool remove);
     static void ComposeInto(HWND hwnd, PixelBuffer& out, int32_t x, int32_t y, const RECT& clip);
     static void Changed(HWND hwnd);
+    // Part of a window's picture (window pixels) changed: told to the
+    // backend in its top-level window's pixels.
+    static void Dirty(HWND hwnd, const RECT& area);
+    static void AskCursor(HWND target);
 };
 
 namespace detail {
