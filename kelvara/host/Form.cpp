@@ -419,9 +419,9 @@ void Form::Move(float left, float top, float width, float height) {
     // Places and sizes are kept within what a window may have, so no
     // stored number can overflow them.
     const auto px = [](double twips, int32_t per) {
-        return StoredNumber<int32_t>(std::round(std::clamp(
-            twips / per, -static_cast<double>(kMaxWindowCoordinate),
-            static_cast<double>(kMaxWindowCoordinate))));
+        return StoredNumber<int32_t>(
+            std::round(std::clamp(twips / per, -static_cast<double>(kMaxWindowCoordinate),
+                                  static_cast<double>(kMaxWindowCoordinate))));
     };
     const int32_t x = px(left, Screen::TwipsPerPixelX);
     const int32_t y = px(top, Screen::TwipsPerPixelY);

@@ -370,7 +370,7 @@ LRESULT UserControl::WindowProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM l
         case WM_SETCURSOR:
             // Over the control's own window its pointer shows; its parts
             // answer for themselves.
-            if (static_cast<HWND>(wParam) == window && mousePointer != vbDefault &&
+            if (static_cast<HWND>(wParam) == hWnd() && mousePointer != vbDefault &&
                 Ambient().UserMode) {
                 SetCursorShape(mousePointer, mouseIcon.get());
                 return 1;

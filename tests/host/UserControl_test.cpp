@@ -275,8 +275,8 @@ TEST_F(UserControlTest, DefaultAndCancelControlsMayLieInsideOtherControls) {
     Recorder* box = AddRecorder(*form, "box", {0, 30, 200, 100});
     auto inner = std::make_unique<Recorder>();
     inner->log = &log;
-    auto* cancel =
-        static_cast<Recorder*>(box->Controls().AddCreated(std::move(inner), "cancel", nullptr, true));
+    auto* cancel = static_cast<Recorder*>(
+        box->Controls().AddCreated(std::move(inner), "cancel", nullptr, true));
     cancel->SetBounds(RECT{10, 10, 60, 30});
     cancel->SetDefaultCancel(true);
     cancel->SetCancel(true);
