@@ -1,5 +1,7 @@
 #include "kelvara/chrome/USButton.h"
 
+#include "kelvara/host/StoredValues.h"
+
 // The button's life, properties and input. Painting is in USButtonPaint.cpp.
 //
 // Input, as a state machine (states: 0 normal, 1 over, 2 down, 3
@@ -53,36 +55,9 @@ int16_t ReadInteger(const PropertyBag& bag, std::string_view key, int16_t fallba
     return value ? StoredNumber<int16_t>(*value) : fallback;
 }
 
-// A colour is a Long; one written unsigned (0x8000000F as 2147483663) reads
-// the same.
-OLE_COLOR ReadColor(const PropertyBag& bag, std::string_view key, OLE_COLOR fallback) {
-    const auto value = bag.ReadProperty(key, Variant(static_cast<int32_t>(fallback))).ToDouble();
-    if (!value) {
-        return fallback;
-    }
-    if (*value > static_cast<double>(std::numeric_limits<int32_t>::max()) &&
-        *value <= static_cast<double>(std::numeric_limits<uint32_t>::max())) {
-        return static_cast<OLE_COLOR>(static_cast<int64_t>(*value));
-    }
-    return static_cast<OLE_COLOR>(StoredNumber<int32_t>(*value));
-}
-
-bool ReadBool(const PropertyBag& bag, std::string_view key, bool fallback) {
-    return bag.ReadProperty(key, Variant(fallback)).ToBool().value_or(fallback);
-}
-
-std::string ReadText(const PropertyBag& bag, std::string_view key, const std::string& fallback) {
-    return bag.ReadProperty(key, Variant(fallback)).ToText().value_or(fallback);
-}
-
 template <typename E>
 E ReadEnum(const PropertyBag& bag, std::string_view key, E fallback) {
     return static_cast<E>(ReadLong(bag, key, static_cast<int32_t>(fallback)));
-}
-
-void WriteColor(PropertyBag& bag, std::string_view key, OLE_COLOR value, OLE_COLOR fallback) {
-    bag.WriteProperty(key, Variant(static_cast<int32_t>(value)),
-                      Variant(static_cast<int32_t>(fallback)));
 }
 
 template <typename E>
@@ -459,23 +434,7 @@ void USButton::SetFaceColor(FaceGroup group, int32_t index, OLE_COLOR value) {
 // --- Caption ---------------------------------------------------------------------
 
 std::string USButton::GetAccessKey(std::string_view caption) {
-    const std::u32string text = ToUtf32(caption);
-    if (text.size() < 2) {
-        return {};
-    }
-    // Backwards from the last-but-one character. Deliberate: a run of
-    // ampersands is paired off from its end, so "a&&&b" gives "&".
-    for (ptrdiff_t i = static_cast<ptrdiff_t>(text.size()) - 2; i >= 0;) {
-        if (text[static_cast<size_t>(i)] != U'&') {
-            --i;
-            continue;
-        }
-        if (i == 0 || text[static_cast<size_t>(i - 1)] != U'&') {
-            return ChrW(LCaseChar(text[static_cast<size_t>(i + 1)]));
-        }
-        i -= 2;
-    }
-    return {};
+    return ::kelvara::GetAccessKey(caption);
 }
 
 void USButton::SetCaption(std::string value) {

@@ -1,5 +1,7 @@
 #include "kelvara/chrome/USGroupBox.h"
 
+#include "kelvara/host/StoredValues.h"
+
 #include <algorithm>
 #include <vector>
 
@@ -34,40 +36,6 @@ const bool registered = [] {
     return true;
 }();
 
-// Deliberate: the access key follows the rule of USButton, so a caption
-// means the same on every control of the suite. The search runs backwards
-// from the last but one character; a single "&" gives the next character,
-// lower case, and "&&" is a literal pair that the search steps over.
-std::string GetAccessKey(std::string_view caption) {
-    const std::u32string text = ToUtf32(caption);
-    auto i = static_cast<int64_t>(text.size()) - 2;
-    while (i >= 0) {
-        if (text[static_cast<size_t>(i)] != U'&') {
-            --i;
-            continue;
-        }
-        if (i == 0 || text[static_cast<size_t>(i - 1)] != U'&') {
-            return ToUtf8(std::u32string(1, LCaseChar(text[static_cast<size_t>(i + 1)])));
-        }
-        i -= 2;
-    }
-    return {};
-}
-
-bool ContainersEnabled(const Control& control) {
-    for (ControlContainer* c = control.Container(); c != nullptr;) {
-        const auto* holder = dynamic_cast<const Control*>(c);
-        if (holder == nullptr) {
-            break;
-        }
-        if (!holder->Enabled()) {
-            return false;
-        }
-        c = holder->Container();
-    }
-    return true;
-}
-
 // The disabled look: every colour becomes the grey of its brightness, half
 // way to white, so the box reads as the same box, faded.
 COLORREF Faded(COLORREF c) {
@@ -77,16 +45,6 @@ COLORREF Faded(COLORREF c) {
     const uint32_t luma = (299 * r + 587 * g + 114 * b + 500) / 1000;
     const uint32_t faded = (luma + 255) / 2;
     return faded | faded << 8 | faded << 16;
-}
-
-OLE_COLOR ReadColor(const PropertyBag& bag, std::string_view key, OLE_COLOR fallback) {
-    const auto value = bag.ReadProperty(key, Variant(static_cast<int32_t>(fallback))).ToDouble();
-    return value ? static_cast<OLE_COLOR>(StoredNumber<int32_t>(*value)) : fallback;
-}
-
-void WriteColor(PropertyBag& bag, std::string_view key, OLE_COLOR value, OLE_COLOR fallback) {
-    bag.WriteProperty(key, Variant(static_cast<int32_t>(value)),
-                      Variant(static_cast<int32_t>(fallback)));
 }
 
 std::vector<Control*> InTabOrder(const ControlCollection& controls) {

@@ -1,5 +1,7 @@
 #include "kelvara/frame/ControlPatterns.h"
 
+#include "kelvara/base/Text.h"
+
 #include <array>
 #include <cmath>
 #include <string_view>
@@ -97,6 +99,35 @@ void ApplyHandPointer(UserControl& control, bool userMode, bool handPointer) {
         control.SetMousePointer(vbCustom);
         control.SetMouseIcon(HandCursor());
     }
+}
+
+std::string GetAccessKey(std::string_view caption) {
+    const std::u32string text = ToUtf32(caption);
+    for (auto i = static_cast<int64_t>(text.size()) - 2; i >= 0;) {
+        if (text[static_cast<size_t>(i)] != U'&') {
+            --i;
+            continue;
+        }
+        if (i == 0 || text[static_cast<size_t>(i - 1)] != U'&') {
+            return ToUtf8(std::u32string(1, LCaseChar(text[static_cast<size_t>(i + 1)])));
+        }
+        i -= 2;
+    }
+    return {};
+}
+
+bool ContainersEnabled(const Control& control) {
+    for (ControlContainer* c = control.Container(); c != nullptr;) {
+        const auto* holder = dynamic_cast<const Control*>(c);
+        if (holder == nullptr) {
+            break;
+        }
+        if (!holder->Enabled()) {
+            return false;
+        }
+        c = holder->Container();
+    }
+    return true;
 }
 
 namespace {

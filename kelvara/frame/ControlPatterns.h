@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "kelvara/frame/ThemeColor.h"
@@ -83,6 +84,17 @@ std::shared_ptr<const PixelBuffer> HandCursor();
 // With HandPointer in a running control: MousePointer 99 and the hand
 // cursor as MouseIcon.
 void ApplyHandPointer(UserControl& control, bool userMode, bool handPointer);
+
+// The access key of a caption, lower case, or "" for none: the search runs
+// backwards from the last but one character; a single "&" gives the next
+// character, and "&&" is a literal pair the search steps over (so a run of
+// ampersands is paired off from its end: "a&&&b" gives "&"). Captions
+// shorter than two characters have none.
+std::string GetAccessKey(std::string_view caption);
+
+// Whether every control around this one is enabled: a disabled container
+// disables what it holds, in look as in input.
+bool ContainersEnabled(const Control& control);
 
 // The theme the message boxes apply; 7 (Windows Theme Light) at start.
 ENUM_THEME DefaultTheme();

@@ -7,6 +7,7 @@
 #include "kelvara/gfx/Region.h"
 #include "kelvara/gfx/TextLayout.h"
 #include "kelvara/host/Form.h"
+#include "kelvara/host/StoredValues.h"
 #include "kelvara/host/TextBox.h"
 #include "kelvara/host/WindowCore.h"
 #include "kelvara/image/API32bppDIB.h"
@@ -202,35 +203,6 @@ int32_t ToPixels(const Control& c, double units, bool vertical) {
                                                              : c.Container()->ContainerScaleMode();
     return StoredNumber<int32_t>(std::round(
         std::clamp(ScaleValue(units, mode, ScaleModeConstants::vbPixels, vertical), -1e9, 1e9)));
-}
-
-template <typename T>
-T ReadNumber(const PropertyBag& bag, std::string_view key, T fallback) {
-    const auto value = bag.ReadProperty(key, Variant(static_cast<double>(fallback))).ToDouble();
-    return value ? StoredNumber<T>(*value) : fallback;
-}
-
-bool ReadBool(const PropertyBag& bag, std::string_view key, bool fallback) {
-    return bag.ReadProperty(key, Variant(fallback)).ToBool().value_or(fallback);
-}
-
-OLE_COLOR ReadColor(const PropertyBag& bag, std::string_view key, OLE_COLOR fallback) {
-    const auto value = bag.ReadProperty(key, Variant(static_cast<double>(fallback))).ToDouble();
-    // Colours are stored as Longs: system colours read as negative numbers.
-    return value ? static_cast<OLE_COLOR>(StoredNumber<int64_t>(*value)) : fallback;
-}
-
-void WriteColor(PropertyBag& bag, std::string_view key, OLE_COLOR value, OLE_COLOR fallback) {
-    bag.WriteProperty(key, Variant(static_cast<int32_t>(value)),
-                      Variant(static_cast<int32_t>(fallback)));
-}
-
-void WriteInt(PropertyBag& bag, std::string_view key, int32_t value, int32_t fallback) {
-    bag.WriteProperty(key, Variant(value), Variant(fallback));
-}
-
-void WriteBool(PropertyBag& bag, std::string_view key, bool value, bool fallback) {
-    bag.WriteProperty(key, Variant(value), Variant(fallback));
 }
 
 // The letter after a single "&", lower case; "&&" is a literal ampersand.

@@ -1,5 +1,7 @@
 #include "kelvara/input/ToggleControl.h"
 
+#include "kelvara/host/StoredValues.h"
+
 #include <algorithm>
 
 #include "kelvara/base/Text.h"
@@ -16,63 +18,6 @@ namespace {
 constexpr OLE_COLOR kButtonFace = 0x8000000F;
 constexpr OLE_COLOR kButtonText = 0x80000012;
 constexpr OLE_COLOR kGrayText = 0x80000011;
-
-// Deliberate: the access key follows the rule of USButton, so that a caption
-// means the same on every control of the suite. The search runs backwards
-// from the last but one character; a single "&" gives the next character,
-// lower case, and "&&" is a literal pair that the search steps over.
-std::string GetAccessKey(std::string_view caption) {
-    const std::u32string text = ToUtf32(caption);
-    auto i = static_cast<int64_t>(text.size()) - 2;
-    while (i >= 0) {
-        if (text[static_cast<size_t>(i)] != U'&') {
-            --i;
-            continue;
-        }
-        if (i == 0 || text[static_cast<size_t>(i - 1)] != U'&') {
-            return ToUtf8(std::u32string(1, LCaseChar(text[static_cast<size_t>(i + 1)])));
-        }
-        i -= 2;
-    }
-    return {};
-}
-
-// Whether every control around this one is enabled: a disabled group
-// disables what it holds, in look as in input.
-bool ContainersEnabled(const Control& control) {
-    for (ControlContainer* c = control.Container(); c != nullptr;) {
-        const auto* holder = dynamic_cast<const Control*>(c);
-        if (holder == nullptr) {
-            break;
-        }
-        if (!holder->Enabled()) {
-            return false;
-        }
-        c = holder->Container();
-    }
-    return true;
-}
-
-template <typename T>
-T ReadNumber(const PropertyBag& bag, std::string_view key, T fallback) {
-    const auto value = bag.ReadProperty(key, Variant(static_cast<double>(fallback))).ToDouble();
-    return value ? StoredNumber<T>(*value) : fallback;
-}
-
-bool ReadBool(const PropertyBag& bag, std::string_view key, bool fallback) {
-    return bag.ReadProperty(key, Variant(fallback)).ToBool().value_or(fallback);
-}
-
-// Colours are stored as Longs, so system colours read as negative numbers.
-OLE_COLOR ReadColor(const PropertyBag& bag, std::string_view key, OLE_COLOR fallback) {
-    const auto value = bag.ReadProperty(key, Variant(static_cast<int32_t>(fallback))).ToDouble();
-    return value ? static_cast<OLE_COLOR>(StoredNumber<int32_t>(*value)) : fallback;
-}
-
-void WriteColor(PropertyBag& bag, std::string_view key, OLE_COLOR value, OLE_COLOR fallback) {
-    bag.WriteProperty(key, Variant(static_cast<int32_t>(value)),
-                      Variant(static_cast<int32_t>(fallback)));
-}
 
 // Every other pixel of the rectangle's border, as a focus rectangle shows.
 void DrawFocusDots(Canvas& dc, const RECT& r, COLORREF color) {

@@ -153,3 +153,19 @@ TEST(DefaultThemeTest, StartsAsWindowsThemeLight) {
 
 }  // namespace
 }  // namespace kelvara
+
+namespace kelvara {
+namespace {
+
+TEST(AccessKey, TheLastSingleAmpersandNamesTheKey) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"&Salvar", "s"}, {"Sa&lvar", "l"}, {"&&Salvar", ""}, {"a&&&b", "&"}, {"&", ""},
+        {"x&", ""},       {"&Ação", "a"},   {"S&ÃO", "ã"},    {"&a&b", "b"},  {"", ""},
+    };
+    for (const auto& [caption, key] : cases) {
+        EXPECT_EQ(GetAccessKey(caption), key) << caption;
+    }
+}
+
+}  // namespace
+}  // namespace kelvara
