@@ -26,6 +26,7 @@
 #include "kelvara/chrome/USButtonLayout.h"
 #include "kelvara/chrome/USButtonTypes.h"
 #include "kelvara/frame/APITooltip.h"
+#include "kelvara/frame/AboutBox.h"
 #include "kelvara/frame/ThemeColor.h"
 #include "kelvara/gfx/PixelBuffer.h"
 #include "kelvara/host/UserControl.h"
@@ -49,6 +50,8 @@ class USButton : public UserControl {
 public:
     USButton();
     ~USButton() override;
+    // Shows the library's about box and returns when it is closed.
+    void About() { ShowAboutBox(TypeName()); }
 
     // --- Painting ------------------------------------------------------------
     // While False nothing paints; setting it True again repaints once.

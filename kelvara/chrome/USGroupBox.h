@@ -23,6 +23,7 @@
 #include <memory>
 #include <string>
 
+#include "kelvara/frame/AboutBox.h"
 #include "kelvara/frame/ThemeColor.h"
 #include "kelvara/host/UserControl.h"
 
@@ -32,6 +33,8 @@ class USGroupBox : public UserControl {
 public:
     USGroupBox();
     ~USGroupBox() override;
+    // Shows the library's about box and returns when it is closed.
+    void About() { ShowAboutBox(TypeName()); }
 
     // The value of a colour property that lets the theme decide.
     static constexpr OLE_COLOR FromTheme = 0xFFFFFFFF;

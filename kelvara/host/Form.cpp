@@ -938,8 +938,9 @@ LRESULT Form::WindowProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam) 
         case WM_KEYUP:
         case WM_SYSKEYUP:
         case WM_CHAR:
-            // With KeyPreview the filter has raised them already.
-            if (!keyPreview) {
+            // Keys for the form's own window: the filter previews only
+            // those of its controls.
+            {
                 int16_t key = 0;
                 RaiseKey(msg, wParam, key);
             }

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+#include "kelvara/frame/AboutBox.h"
 #include "kelvara/host/UserControl.h"
 #include "kelvara/image/lists/APIImageLists.h"
 
@@ -15,6 +16,8 @@ namespace kelvara {
 class USImageList : public UserControl {
 public:
     USImageList();
+    // Shows the library's about box and returns when it is closed.
+    void About() { ShowAboutBox(TypeName()); }
 
     APIImageLists& ImageLists() { return *lists; }
     // The lists changed (the property page calls this): the form must save

@@ -35,6 +35,7 @@
 #include <string>
 
 #include "kelvara/base/Event.h"
+#include "kelvara/frame/AboutBox.h"
 #include "kelvara/frame/ThemeColor.h"
 #include "kelvara/host/UserControl.h"
 
@@ -49,6 +50,8 @@ enum class ENUM_GLYPH_ALIGNMENT : int32_t {
 class ToggleControl : public UserControl {
 public:
     ~ToggleControl() override;
+    // Shows the library's about box and returns when it is closed.
+    void About() { ShowAboutBox(TypeName()); }
 
     // --- Properties (persisted under their own names) -------------------
     ENUM_GLYPH_ALIGNMENT Alignment() const;
