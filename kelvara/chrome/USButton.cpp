@@ -462,32 +462,6 @@ void USButton::SetCaptionWordBreak(bool value) {
     Refresh();
 }
 
-void USButton::SetFont(const StdFont& value) {
-    UserControl::SetFont(value);
-    PropertyChanged("Font");
-    Refresh();
-}
-
-void USButton::SetFontBold(bool value) {
-    SetFontAttribute(*this, FontAttribute::Bold, value ? 1 : 0, [this] { Refresh(); });
-}
-
-void USButton::SetFontItalic(bool value) {
-    SetFontAttribute(*this, FontAttribute::Italic, value ? 1 : 0, [this] { Refresh(); });
-}
-
-void USButton::SetFontSize(double value) {
-    SetFontAttribute(*this, FontAttribute::Size, value, [this] { Refresh(); });
-}
-
-void USButton::SetFontStrikeThru(bool value) {
-    SetFontAttribute(*this, FontAttribute::Strikethrough, value ? 1 : 0, [this] { Refresh(); });
-}
-
-void USButton::SetFontUnderline(bool value) {
-    SetFontAttribute(*this, FontAttribute::Underline, value ? 1 : 0, [this] { Refresh(); });
-}
-
 // --- Picture ---------------------------------------------------------------------
 
 void USButton::SizesFromPicture() {

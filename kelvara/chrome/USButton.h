@@ -27,6 +27,7 @@
 #include "kelvara/chrome/USButtonTypes.h"
 #include "kelvara/frame/APITooltip.h"
 #include "kelvara/frame/AboutBox.h"
+#include "kelvara/frame/ControlPatterns.h"
 #include "kelvara/frame/ThemeColor.h"
 #include "kelvara/gfx/PixelBuffer.h"
 #include "kelvara/host/UserControl.h"
@@ -46,7 +47,7 @@ using ButtonPicture = std::shared_ptr<const PixelBuffer>;
 // bytes of the resource ResID in the section ResSection, empty for none.
 using ResourceReader = std::function<ByteArray(const Variant& ResSection, const Variant& ResID)>;
 
-class USButton : public UserControl {
+class USButton : public UserControl, public FontMembers<USButton> {
 public:
     USButton();
     ~USButton() override;
@@ -141,17 +142,7 @@ public:
     void SetCaptionWordBreak(bool value);
     // The control's font; the attributes announce their own keys but
     // persist inside "Font".
-    void SetFont(const StdFont& value);
-    bool FontBold() const { return Font().Bold(); }
-    void SetFontBold(bool value);
-    bool FontItalic() const { return Font().Italic(); }
-    void SetFontItalic(bool value);
-    double FontSize() const { return Font().Size(); }
-    void SetFontSize(double value);
-    bool FontStrikeThru() const { return Font().Strikethrough(); }
-    void SetFontStrikeThru(bool value);
-    bool FontUnderline() const { return Font().Underline(); }
-    void SetFontUnderline(bool value);
+    using FontMembers<USButton>::SetFont;
 
     // --- Picture -------------------------------------------------------------
     // Deliberate, as stored forms have them: PictureOn is the picture shown

@@ -163,28 +163,6 @@ void USGroupBox::SetEnabled(bool value) {
     TellControls("Enabled");
 }
 
-void USGroupBox::SetFont(const StdFont& value) {
-    UserControl::SetFont(value);
-    PropertyChanged("Font");
-    Refresh();
-}
-
-void USGroupBox::SetFontBold(bool value) {
-    SetFontAttribute(*this, FontAttribute::Bold, value ? 1 : 0, [this] { Refresh(); });
-}
-void USGroupBox::SetFontItalic(bool value) {
-    SetFontAttribute(*this, FontAttribute::Italic, value ? 1 : 0, [this] { Refresh(); });
-}
-void USGroupBox::SetFontSize(double value) {
-    SetFontAttribute(*this, FontAttribute::Size, value, [this] { Refresh(); });
-}
-void USGroupBox::SetFontStrikeThru(bool value) {
-    SetFontAttribute(*this, FontAttribute::Strikethrough, value ? 1 : 0, [this] { Refresh(); });
-}
-void USGroupBox::SetFontUnderline(bool value) {
-    SetFontAttribute(*this, FontAttribute::Underline, value ? 1 : 0, [this] { Refresh(); });
-}
-
 bool USGroupBox::Redraw() const {
     return s->gate.Redraw();
 }

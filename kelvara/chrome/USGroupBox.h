@@ -24,12 +24,13 @@
 #include <string>
 
 #include "kelvara/frame/AboutBox.h"
+#include "kelvara/frame/ControlPatterns.h"
 #include "kelvara/frame/ThemeColor.h"
 #include "kelvara/host/UserControl.h"
 
 namespace kelvara {
 
-class USGroupBox : public UserControl {
+class USGroupBox : public UserControl, public FontMembers<USGroupBox> {
 public:
     USGroupBox();
     ~USGroupBox() override;
@@ -62,17 +63,7 @@ public:
     void SetCaption(std::string value);
     void SetEnabled(bool value) override;
     const StdFont& Font() const { return UserControl::Font(); }
-    void SetFont(const StdFont& value);
-    bool FontBold() const { return Font().Bold(); }
-    void SetFontBold(bool value);
-    bool FontItalic() const { return Font().Italic(); }
-    void SetFontItalic(bool value);
-    double FontSize() const { return Font().Size(); }
-    void SetFontSize(double value);
-    bool FontStrikeThru() const { return Font().Strikethrough(); }
-    void SetFontStrikeThru(bool value);
-    bool FontUnderline() const { return Font().Underline(); }
-    void SetFontUnderline(bool value);
+    using FontMembers<USGroupBox>::SetFont;
     bool Redraw() const;
     void SetRedraw(bool value);
     ENUM_THEME Theme() const;

@@ -79,6 +79,41 @@ enum class FontAttribute { Bold, Italic, Size, Strikethrough, Underline };
 void SetFontAttribute(UserControl& control, FontAttribute attribute, double value,
                       const std::function<void()>& refresh);
 
+// The font members every control offers, once: SetFont stores, announces
+// "Font" and refreshes; the five attributes change the font, announce their
+// own key and refresh. Owner is the control (a UserControl with a public
+// Refresh); it brings in SetFont with `using FontMembers<Owner>::SetFont;`.
+template <typename Owner>
+class FontMembers {
+public:
+    void SetFont(const StdFont& value) {
+        Owner& owner = Self();
+        owner.UserControl::SetFont(value);
+        owner.PropertyChanged("Font");
+        owner.Refresh();
+    }
+    bool FontBold() const { return CurrentFont().Bold(); }
+    void SetFontBold(bool value) { Set(FontAttribute::Bold, value ? 1 : 0); }
+    bool FontItalic() const { return CurrentFont().Italic(); }
+    void SetFontItalic(bool value) { Set(FontAttribute::Italic, value ? 1 : 0); }
+    double FontSize() const { return CurrentFont().Size(); }
+    void SetFontSize(double value) { Set(FontAttribute::Size, value); }
+    bool FontStrikeThru() const { return CurrentFont().Strikethrough(); }
+    void SetFontStrikeThru(bool value) { Set(FontAttribute::Strikethrough, value ? 1 : 0); }
+    bool FontUnderline() const { return CurrentFont().Underline(); }
+    void SetFontUnderline(bool value) { Set(FontAttribute::Underline, value ? 1 : 0); }
+
+private:
+    Owner& Self() { return static_cast<Owner&>(*this); }
+    const StdFont& CurrentFont() const {
+        return static_cast<const Owner&>(*this).UserControl::Font();
+    }
+    void Set(FontAttribute attribute, double value) {
+        Owner& owner = Self();
+        SetFontAttribute(owner, attribute, value, [&owner] { owner.Refresh(); });
+    }
+};
+
 // The hand cursor picture (32 × 32, premultiplied), made once.
 std::shared_ptr<const PixelBuffer> HandCursor();
 // With HandPointer in a running control: MousePointer 99 and the hand

@@ -109,28 +109,6 @@ void ToggleControl::SetEnabled(bool value) {
     Refresh();
 }
 
-void ToggleControl::SetFont(const StdFont& value) {
-    UserControl::SetFont(value);
-    PropertyChanged("Font");
-    Refresh();
-}
-
-void ToggleControl::SetFontBold(bool value) {
-    SetFontAttribute(*this, FontAttribute::Bold, value ? 1 : 0, [this] { Refresh(); });
-}
-void ToggleControl::SetFontItalic(bool value) {
-    SetFontAttribute(*this, FontAttribute::Italic, value ? 1 : 0, [this] { Refresh(); });
-}
-void ToggleControl::SetFontSize(double value) {
-    SetFontAttribute(*this, FontAttribute::Size, value, [this] { Refresh(); });
-}
-void ToggleControl::SetFontStrikeThru(bool value) {
-    SetFontAttribute(*this, FontAttribute::Strikethrough, value ? 1 : 0, [this] { Refresh(); });
-}
-void ToggleControl::SetFontUnderline(bool value) {
-    SetFontAttribute(*this, FontAttribute::Underline, value ? 1 : 0, [this] { Refresh(); });
-}
-
 void ToggleControl::SetForeColor(OLE_COLOR value) {
     UserControl::SetForeColor(value);
     PropertyChanged("ForeColor");

@@ -36,6 +36,7 @@
 
 #include "kelvara/base/Event.h"
 #include "kelvara/frame/AboutBox.h"
+#include "kelvara/frame/ControlPatterns.h"
 #include "kelvara/frame/ThemeColor.h"
 #include "kelvara/host/UserControl.h"
 
@@ -47,7 +48,7 @@ enum class ENUM_GLYPH_ALIGNMENT : int32_t {
     GlyphRight = 1,
 };
 
-class ToggleControl : public UserControl {
+class ToggleControl : public UserControl, public FontMembers<ToggleControl> {
 public:
     ~ToggleControl() override;
     // Shows the library's about box and returns when it is closed.
@@ -65,17 +66,7 @@ public:
     void SetCaption(std::string value);
     void SetEnabled(bool value) override;
     const StdFont& Font() const { return UserControl::Font(); }
-    void SetFont(const StdFont& value);
-    bool FontBold() const { return Font().Bold(); }
-    void SetFontBold(bool value);
-    bool FontItalic() const { return Font().Italic(); }
-    void SetFontItalic(bool value);
-    double FontSize() const { return Font().Size(); }
-    void SetFontSize(double value);
-    bool FontStrikeThru() const { return Font().Strikethrough(); }
-    void SetFontStrikeThru(bool value);
-    bool FontUnderline() const { return Font().Underline(); }
-    void SetFontUnderline(bool value);
+    using FontMembers<ToggleControl>::SetFont;
     // The caption's colour, and its colour while disabled.
     OLE_COLOR ForeColor() const { return UserControl::ForeColor(); }
     void SetForeColor(OLE_COLOR value);
