@@ -208,6 +208,13 @@ void UserControl::PropertyChanged(std::string_view key) {
     PropertyChanges(std::string(key));
 }
 
+bool UserControl::UserMode() const {
+    // Asked on every message: the container's answer, without building the
+    // whole set of ambient values.
+    const ControlContainer* c = Container();
+    return c == nullptr || c->ContainerUserMode();
+}
+
 AmbientProperties UserControl::Ambient() const {
     AmbientProperties ambient;
     if (const ControlContainer* c = Container()) {
@@ -242,7 +249,7 @@ std::string UserControl::AccessKeyLetters() const {
 }
 
 void UserControl::OnAccessKey(int16_t keyAscii) {
-    if (!Ambient().UserMode || !Enabled()) {
+    if (!UserMode() || !Enabled()) {
         return;
     }
     // An access letter takes the focus there; Return and Escape do not move
@@ -289,7 +296,7 @@ void UserControl::ControlAdded(Control& control) {
     // The focus moving between the control and the world through one of
     // its parts enters or leaves the control.
     AddWindowHook(part, [this](HWND, uint32_t msg, WPARAM wParam, LPARAM, bool&) -> LRESULT {
-        if (!Ambient().UserMode || (msg != WM_SETFOCUS && msg != WM_KILLFOCUS) ||
+        if (!UserMode() || (msg != WM_SETFOCUS && msg != WM_KILLFOCUS) ||
             Inside(static_cast<HWND>(wParam))) {
             return 0;
         }
@@ -370,8 +377,7 @@ LRESULT UserControl::WindowProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM l
         case WM_SETCURSOR:
             // Over the control's own window its pointer shows; its parts
             // answer for themselves.
-            if (static_cast<HWND>(wParam) == hWnd() && mousePointer != vbDefault &&
-                Ambient().UserMode) {
+            if (static_cast<HWND>(wParam) == hWnd() && mousePointer != vbDefault && UserMode()) {
                 SetCursorShape(mousePointer, mouseIcon.get());
                 return 1;
             }
@@ -389,7 +395,7 @@ LRESULT UserControl::WindowProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM l
 }
 
 void UserControl::Focus(bool gained, HWND other) {
-    if (!Ambient().UserMode) {
+    if (!UserMode()) {
         return;
     }
     const auto token = Token();
@@ -413,7 +419,7 @@ void UserControl::Focus(bool gained, HWND other) {
 }
 
 void UserControl::Mouse(uint32_t msg, WPARAM wParam, LPARAM lParam) {
-    if (!Ambient().UserMode) {
+    if (!UserMode()) {
         return;
     }
     const auto token = Token();
@@ -478,7 +484,7 @@ void UserControl::Mouse(uint32_t msg, WPARAM wParam, LPARAM lParam) {
 }
 
 void UserControl::Key(uint32_t msg, WPARAM wParam) {
-    if (!Ambient().UserMode) {
+    if (!UserMode()) {
         return;
     }
     if (msg == WM_CHAR) {

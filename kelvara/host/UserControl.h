@@ -213,6 +213,7 @@ private:
     void Key(uint32_t msg, WPARAM wParam);
     void Focus(bool gained, HWND other);
     bool Inside(HWND hwnd) const;
+    bool UserMode() const;
     RECT ClientArea() const;
     float ToScaleX(int32_t pixels) const;
     float ToScaleY(int32_t pixels) const;
