@@ -172,11 +172,14 @@ void BuildWordBreaks(Form& form) {
             b->SetCaptionWordBreak(row == 1);
         }
     }
-    // A wrapped caption beside a picture.
+    // A wrapped caption under its picture. (Beside a picture a caption is
+    // centred first and then moved by the picture's width, so one that
+    // fills the button would lie over the picture.)
     USButton* b = Button(form.Controls(), "cmdPicture", text, ENUM_THEME::OfficeThemeBlue,
-                         At(8, 128, 200, 52));
+                         At(8, 128, 144, 84));
     b->SetPicture(FloppyPicture(32));
     b->SetPictureSize(ENUM_PICTURE_SIZES::Picture32x32);
+    b->SetPictureAlignment(ENUM_PIC_ALIGNMENTS::PictureTopOfCaption);
 }
 
 void BuildFaces(Form& form) {

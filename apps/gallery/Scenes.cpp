@@ -244,7 +244,7 @@ bool CropBorders(Stage& stage, API32bppDIB& out) {
 }
 
 bool WordBreaks(Stage& stage, API32bppDIB& out) {
-    auto form = MakeForm("frmLegendas", "Legendas longas", 8 + 3 * 152, 188);
+    auto form = MakeForm("frmLegendas", "Legendas longas", 8 + 3 * 152, 220);
     BuildWordBreaks(*form);
     return Still(stage, *form, out);
 }
@@ -325,8 +325,8 @@ std::vector<Scene> GalleryScenes() {
         {"word-breaks.png", "Buttons: long captions",
          "A caption too long for one line, aligned left, centred and right (CaptionDistance "
          "6): with CaptionWordBreak False it wraps at word breaks (top row), with True it is "
-         "one line cut with an ellipsis (middle row). Below, a wrapped caption beside a "
-         "32 × 32 picture.",
+         "one line cut with an ellipsis (middle row). Below, a wrapped caption under a "
+         "32 × 32 picture (PictureAlignment TopOfCaption).",
          "None: the form as shown, the mouse away.", WordBreaks},
         {"faces.png", "Buttons: two- and four-colour faces",
          "Each theme's face in two colours (top row) and with GradientColors set to four "

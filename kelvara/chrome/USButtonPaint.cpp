@@ -269,8 +269,11 @@ void USButton::DrawButtonCaption(OLE_COLOR color) {
     // The right edge stays where the centred caption put it, unless that
     // would leave the rectangle narrower than the caption: wrapped again in
     // less room, a right-aligned caption would fall apart into a column of
-    // letters.
-    r.Right = std::max(r.Right, r.Left + textWidth);
+    // letters. Widened, it still ends at the button's edge, so a caption
+    // that fills the button wraps one word earlier instead of running out
+    // of it.
+    const int32_t fullWidth = static_cast<int32_t>(std::lround(ScaleWidth()));
+    r.Right = std::max(r.Right, std::min(r.Left + textWidth, fullWidth));
     Canvas& dc = hDC();
     dc.SetTextColor(TranslateOleColor(color));
     dc.DrawText(caption, r, captionWordBreak ? kDrawOneLine : kDrawWrapped);

@@ -380,10 +380,11 @@ TEST_F(USButtonPaintTest, PictureBytesDecodeAndTakeOpacity) {
 }
 
 // Where the caption's ink lies: the box of pixels that differ from the
-// face, inside the border.
-RECT InkBox(const PixelBuffer& image, OLE_COLOR face) {
+// face, inside the border (and within rows [top, bottom) when given).
+RECT InkBox(const PixelBuffer& image, OLE_COLOR face, int32_t top = 1, int32_t bottom = -1) {
     RECT box{image.Width(), image.Height(), -1, -1};
-    for (int32_t y = 1; y < image.Height() - 1; ++y) {
+    bottom = bottom < 0 ? image.Height() - 1 : std::min(bottom, image.Height() - 1);
+    for (int32_t y = std::max(top, 1); y < bottom; ++y) {
         for (int32_t x = 1; x < image.Width() - 1; ++x) {
             if (PixelAt(image, x, y) != face) {
                 box.Left = std::min(box.Left, x);
@@ -421,6 +422,26 @@ TEST_F(USButtonPaintTest, CaptionsAlignOnOneLine) {
         EXPECT_LE(ink.Bottom - ink.Top, centred.Height()) << static_cast<int>(c.alignment);
         EXPECT_EQ(button->CaptionRect(), centred) << "alignment moves only the drawing";
     }
+}
+
+TEST_F(USButtonPaintTest, WrappedCaptionsStayInsideTheButton) {
+    // A caption that fills the button, moved 6 pixels from its left edge,
+    // wraps one word earlier ("ao" starts the second line) rather than
+    // running out of the button.
+    button->SetBounds(RECT{10, 10, 154, 62});
+    button->SetTheme(ENUM_THEME::WindowsThemeLight);
+    button->SetCaptionDistance(6);
+    button->SetCaptionWordBreak(false);
+    button->SetAlignment(ENUM_ALIGNMENTS::ToLeftJustify);
+    const auto secondLineWidth = [&](const char* caption) {
+        button->SetCaption(caption);
+        const RECT all = InkBox(button->Image(), 0xFFE8CC);
+        const RECT second = InkBox(button->Image(), 0xFFE8CC, (all.Top + all.Bottom) / 2 + 1);
+        EXPECT_GE(all.Left, 6) << caption;
+        return second.Right - second.Left;
+    };
+    const int32_t alone = secondLineWidth("Enviar boletos por e-mail\r\nao cliente");
+    EXPECT_EQ(secondLineWidth("Enviar boletos por e-mail ao cliente"), alone);
 }
 
 TEST_F(USButtonPaintTest, CaptionWordBreakTrueIsOneLineWithAnEllipsis) {
