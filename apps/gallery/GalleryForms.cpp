@@ -4,16 +4,6 @@
 #include "kelvara/host/Intrinsics.h"
 
 namespace kelvara::gallery {
-namespace {
-
-template <typename T>
-T* Place(ControlCollection& controls, const std::string& name, RECT where) {
-    T* c = controls.Add<T>(name);
-    c->SetBounds(where);
-    c->SetVisible(true);
-    return c;
-}
-
 RECT At(int32_t x, int32_t y, int32_t width, int32_t height) {
     return RECT{x, y, x + width, y + height};
 }
@@ -32,8 +22,6 @@ USButton* Button(ControlCollection& controls, const std::string& name, const std
     return b;
 }
 
-}  // namespace
-
 const char* ThemeName(int32_t theme) {
     static const char* const names[kThemeCount] = {
         "0 Office Blue", "1 Office Silver",  "2 Windows",       "3 Windows Green",
@@ -50,7 +38,9 @@ std::unique_ptr<Form> MakeForm(const std::string& name, const std::string& capti
     form->SetMinButton(false);
     form->SetMaxButton(false);
     form->Move(0, 0, 200 * 15, 100 * 15);
-    form->SetClientSizePixels(clientWidth, clientHeight);
+    if (clientWidth > 0 && clientHeight > 0) {
+        form->SetClientSizePixels(clientWidth, clientHeight);
+    }
     return form;
 }
 
@@ -130,6 +120,7 @@ void BuildPictureAlignments(Form& form) {
             b->SetPictureAlignment(static_cast<ENUM_PIC_ALIGNMENTS>(a));
         }
     }
+    form.SetClientSizePixels(8 + 9 * 128, 176);
 }
 
 void BuildCropBorders(Form& form) {
@@ -157,6 +148,7 @@ void BuildCropBorders(Form& form) {
         b->SetCropBorders(crops[i]);
         b->Refresh();
     }
+    form.SetClientSizePixels(8 + 4 * 120, 188);
 }
 
 void BuildWordBreaks(Form& form) {
@@ -180,6 +172,7 @@ void BuildWordBreaks(Form& form) {
     b->SetPicture(FloppyPicture(32));
     b->SetPictureSize(ENUM_PICTURE_SIZES::Picture32x32);
     b->SetPictureAlignment(ENUM_PIC_ALIGNMENTS::PictureTopOfCaption);
+    form.SetClientSizePixels(8 + 3 * 152, 220);
 }
 
 void BuildFaces(Form& form) {
@@ -202,6 +195,7 @@ void BuildFaces(Form& form) {
     b->SetGradientColor4(0x7FDC95);
     b->SetBorderColor(0x2E8B3A);
     b->SetForeColor(0x1E3D24);
+    form.SetClientSizePixels(8 + 8 * 128, 152);
 }
 
 GroupBoxes BuildGroupBoxes(Form& form) {
@@ -233,6 +227,7 @@ GroupBoxes BuildGroupBoxes(Form& form) {
         made.second[t] = company;
     }
     made.boxes[5]->SetEnabled(false);
+    form.SetClientSizePixels(8 + 4 * 248, 8 + 2 * 136);
     return made;
 }
 
@@ -280,6 +275,7 @@ CustomerForm BuildCustomerForm(Form& form) {
     f.cancel = Button(controls, "cmdCancelar", "Ca&ncelar", theme, At(300, 220, 100, 32));
     f.cancel->SetPicture(CrossPicture(16));
     f.cancel->SetCancel(true);
+    form.SetClientSizePixels(412, 264);
     return f;
 }
 

@@ -19,13 +19,28 @@
 namespace kelvara::gallery {
 
 inline constexpr int32_t kThemeCount = 8;
+
+// Pieces the builders share: a rectangle by its corner and size, a new
+// visible control of a form or container, a label, a themed button.
+RECT At(int32_t x, int32_t y, int32_t width, int32_t height);
+template <typename T>
+T* Place(ControlCollection& controls, const std::string& name, RECT where) {
+    T* c = controls.Add<T>(name);
+    c->SetBounds(where);
+    c->SetVisible(true);
+    return c;
+}
+Label* Caption(Form& form, const std::string& name, const std::string& text, RECT where);
+USButton* Button(ControlCollection& controls, const std::string& name, const std::string& caption,
+                 ENUM_THEME theme, RECT where);
 // The themes' names as the page and the pictures give them.
 const char* ThemeName(int32_t theme);
 
-// A form of the given client size at the screen's top left corner, with
-// a fixed frame and its caption.
+// A form at the screen's top left corner, with a fixed frame and its
+// caption, and the given client size (the builders below size their forms
+// themselves).
 std::unique_ptr<Form> MakeForm(const std::string& name, const std::string& caption,
-                               int32_t clientWidth, int32_t clientHeight);
+                               int32_t clientWidth = 0, int32_t clientHeight = 0);
 
 // Buttons of one theme, one per state. The state is what the scene makes
 // of them: "over" and "down" are plain buttons until the mouse comes.

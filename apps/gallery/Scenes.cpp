@@ -216,7 +216,7 @@ bool ToggleStates(Stage& stage, API32bppDIB& out) {
 }
 
 bool PictureAlignments(Stage& stage, API32bppDIB& out) {
-    auto form = MakeForm("frmFiguras", "Alinhamentos da figura", 8 + 9 * 128, 176);
+    auto form = MakeForm("frmFiguras", "Alinhamentos da figura");
     BuildPictureAlignments(*form);
     return Still(stage, *form, out);
 }
@@ -237,26 +237,26 @@ bool Enlarge(const API32bppDIB& in, int32_t factor, API32bppDIB& out) {
 }
 
 bool CropBorders(Stage& stage, API32bppDIB& out) {
-    auto form = MakeForm("frmCantos", "CropBorders", 8 + 4 * 120, 188);
+    auto form = MakeForm("frmCantos", "CropBorders");
     BuildCropBorders(*form);
     API32bppDIB picture;
     return Still(stage, *form, picture) && Enlarge(picture, 2, out);
 }
 
 bool WordBreaks(Stage& stage, API32bppDIB& out) {
-    auto form = MakeForm("frmLegendas", "Legendas longas", 8 + 3 * 152, 220);
+    auto form = MakeForm("frmLegendas", "Legendas longas");
     BuildWordBreaks(*form);
     return Still(stage, *form, out);
 }
 
 bool Faces(Stage& stage, API32bppDIB& out) {
-    auto form = MakeForm("frmFaces", "Faces em duas e quatro cores", 8 + 8 * 128, 152);
+    auto form = MakeForm("frmFaces", "Faces em duas e quatro cores");
     BuildFaces(*form);
     return Still(stage, *form, out);
 }
 
 bool GroupBoxScene(Stage& stage, API32bppDIB& out) {
-    auto form = MakeForm("frmGrupos", "Grupos", 8 + 4 * 248, 8 + 2 * 136);
+    auto form = MakeForm("frmGrupos", "Grupos");
     GroupBoxes made = BuildGroupBoxes(*form);
     form->Show();
     Click(stage, *made.second[2]);
@@ -267,7 +267,7 @@ bool GroupBoxScene(Stage& stage, API32bppDIB& out) {
 }
 
 bool Customer(Stage& stage, API32bppDIB& out) {
-    auto form = MakeForm("frmCliente", "Cadastro de cliente", 412, 264);
+    auto form = MakeForm("frmCliente", "Cadastro de cliente");
     CustomerForm f = BuildCustomerForm(*form);
     form->Show();
     stage.Type("Maria Aparecida da Silva");

@@ -117,6 +117,7 @@ void Form::CreateFormWindow() {
         initialRect.Right - initialRect.Left, initialRect.Bottom - initialRect.Top, 0,
         [this](HWND h, uint32_t m, WPARAM w, LPARAM l) { return WindowProc(h, m, w, l); });
     ApplyStyle();
+    SetWindowIcon(window, icon);
     surface.SetFont(font);
     surface.SetForeColor(foreColor);
     surface.Attach(window, Layout().client, backColor);
@@ -174,6 +175,7 @@ void Form::SetCaption(std::string value) {
 void Form::SetIcon(std::shared_ptr<const PixelBuffer> value) {
     icon = std::move(value);
     if (window != 0) {
+        SetWindowIcon(window, icon);
         const RECT bar = Layout().caption;
         InvalidateRect(window, &bar, false);
     }

@@ -300,6 +300,14 @@ inline constexpr int32_t VK_DELETE = 0x2E;
 inline constexpr int32_t VK_F1 = 0x70;
 inline constexpr int32_t VK_F2 = 0x71;
 inline constexpr int32_t VK_F4 = 0x73;
+inline constexpr int32_t VK_F12 = 0x7B;
+
+// Held keys, by the host's shift-state bits (a key event's Shift).
+namespace ShiftState {
+inline constexpr int32_t Shift = 1;
+inline constexpr int32_t Ctrl = 2;
+inline constexpr int32_t Alt = 4;
+}  // namespace ShiftState
 
 struct MSG {
     HWND hwnd = 0;

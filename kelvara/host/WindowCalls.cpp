@@ -117,6 +117,9 @@ LRESULT DefWindowProc(HWND hwnd, uint32_t msg, WPARAM wParam, LPARAM lParam) {
             return w->IsChild() ? SendMessage(w->parent, msg, wParam, lParam) : 0;
         case WM_SETTEXT:
             w->text = lParam != 0 ? std::string(reinterpret_cast<const char*>(lParam)) : "";
+            if (!w->IsChild()) {
+                WindowApi::Changed(hwnd);  // a window system shows it in its title
+            }
             return 1;
         case WM_GETTEXTLENGTH:
             return static_cast<LRESULT>(w->text.size());
@@ -305,6 +308,25 @@ bool SetWindowText(HWND hwnd, std::string_view text) {
     const std::string copy(text);
     SendMessage(hwnd, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(copy.c_str()));
     return true;
+}
+
+bool SetWindowIcon(HWND hwnd, std::shared_ptr<const PixelBuffer> icon) {
+    auto* w = WindowApi::Find(hwnd);
+    if (w == nullptr) {
+        return false;
+    }
+    if (w->icon != icon) {
+        w->icon = std::move(icon);
+        if (!w->IsChild()) {
+            WindowApi::Changed(hwnd);
+        }
+    }
+    return true;
+}
+
+std::shared_ptr<const PixelBuffer> GetWindowIcon(HWND hwnd) {
+    const auto* w = WindowApi::Find(hwnd);
+    return w == nullptr ? nullptr : w->icon;
 }
 
 intptr_t GetWindowLong(HWND hwnd, int32_t index) {

@@ -199,6 +199,11 @@ std::vector<HWND> GetChildren(HWND hwnd);  // bottom first
 std::string GetClassName(HWND hwnd);
 std::string GetWindowText(HWND hwnd);
 bool SetWindowText(HWND hwnd, std::string_view text);
+// The picture a window system shows for a top-level window (its title
+// bar's and task bar's icon); nullptr for none. The picture is shared,
+// not copied. A backend hears of a change through TopLevelChanged.
+bool SetWindowIcon(HWND hwnd, std::shared_ptr<const PixelBuffer> icon);
+std::shared_ptr<const PixelBuffer> GetWindowIcon(HWND hwnd);
 
 // GWL_STYLE, GWL_EXSTYLE, GWL_HWNDPARENT (the owner), GWL_ID, GWL_USERDATA.
 intptr_t GetWindowLong(HWND hwnd, int32_t index);

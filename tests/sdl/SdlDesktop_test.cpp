@@ -4,6 +4,10 @@
 #include "kelvara/backends/sdl/SdlDesktop.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
 
 #include "SdlTestSupport.h"
 #include "kelvara/backends/headless/HeadlessDesktop.h"
@@ -356,6 +360,63 @@ TEST_F(SdlDesktopTest, WindowKindsOpacityAndVisibilityFollowTheCore) {
     ASSERT_TRUE(desktop->ReadPixels(hwnd, rendered));
     EXPECT_EQ(FirstDifference(rendered, Truth(hwnd)), "");
     DestroyWindow(hwnd);
+}
+
+// The _NET_WM_ICON of the X window of that title: width, height, then one
+// straight ARGB number per pixel. Empty when it has none.
+std::vector<uint64_t> IconProperty(const std::string& title) {
+    const std::string out = "/tmp/kelvara-icon-" + std::to_string(getpid());
+    RunCommand("xprop -id \"$(xdotool search --name '" + title +
+               "' | head -n 1)\" -f _NET_WM_ICON 32c '=$0+' _NET_WM_ICON > " + out +
+               " 2>/dev/null");
+    std::string text = ReadText(out);
+    std::remove(out.c_str());
+    std::vector<uint64_t> numbers;
+    const size_t equals = text.find('=');
+    if (equals == std::string::npos) {
+        return numbers;
+    }
+    for (size_t at = equals + 1; at < text.size();) {
+        const size_t digit = text.find_first_of("0123456789", at);
+        if (digit == std::string::npos) {
+            break;
+        }
+        size_t end = digit;
+        numbers.push_back(std::stoull(text.substr(digit), &end));
+        at = digit + end;
+    }
+    return numbers;
+}
+
+TEST_F(SdlDesktopTest, TheTitleAndIconFollowTheForm) {
+    Open();
+    auto form = LoadCadastro();
+    ASSERT_TRUE(form);
+    form->Show();
+    Settle();
+    SDL_Window* window = desktop->WindowOf(form->hWnd());
+    ASSERT_NE(window, nullptr);
+
+    form->SetCaption("Cadastro alterado");
+    Settle();
+    EXPECT_STREQ(SDL_GetWindowTitle(window), "Cadastro alterado");
+
+    // A 2 × 2 picture: opaque red, half-covered green, clear, opaque blue
+    // (premultiplied BGRA, as our pictures are).
+    auto icon = std::make_shared<PixelBuffer>();
+    ASSERT_TRUE(icon->Allocate(2, 2, RowOrder::TopDown));
+    const uint8_t pixels[4][4] = {
+        {0, 0, 255, 255}, {0, 128, 0, 128}, {0, 0, 0, 0}, {255, 0, 0, 255}};
+    for (int32_t i = 0; i < 4; ++i) {
+        std::copy_n(pixels[i], 4, icon->Pixel(i % 2, i / 2));
+    }
+    form->SetIcon(icon);
+    Settle();
+    EXPECT_EQ(GetWindowIcon(form->hWnd()), icon);
+    const std::vector<uint64_t> property = IconProperty("Cadastro alterado");
+    // Straight ARGB: the half-covered green is full green at alpha 128.
+    const std::vector<uint64_t> want = {2, 2, 0xFFFF0000, 0x8000FF00, 0x00000000, 0xFF0000FF};
+    EXPECT_EQ(property, want);
 }
 
 TEST_F(SdlDesktopTest, WindowsStackOnScreenAsTheCoreStacksThem) {

@@ -13,6 +13,7 @@
 
 #include "kelvara/backends/headless/HeadlessDesktop.h"
 #include "kelvara/backends/sdl/SdlDesktop.h"
+#include "kelvara/backends/sdl/SdlEvents.h"
 #include "kelvara/gfx/PixelBuffer.h"
 #include "kelvara/host/WindowCore.h"
 
@@ -48,14 +49,8 @@ std::string FirstLineDifference(const std::vector<std::string>& have,
 // Part of a picture.
 bool Crop(const PixelBuffer& from, const RECT& area, PixelBuffer& out);
 
-// --- SDL events as SDL makes them -------------------------------------------
-void PushMotion(SDL_Window* window, int32_t x, int32_t y);
-void PushButton(SDL_Window* window, uint8_t button, bool down, int32_t x, int32_t y);
-// At the cursor, as the core knows it.
-void PushWheel(float x, float y, bool flipped = false);
-void PushKey(SDL_Keycode key, SDL_Scancode scancode, uint16_t mod, bool down);
-void PushText(const std::string& text);
-void PushWindowEvent(SDL_Window* window, SDL_WindowEventID what);
+// SDL events as SDL makes them.
+using namespace kelvara::sdl;
 
 // --- One script, two desktops -------------------------------------------------
 // A step of input, as the headless desktop takes it, at a point in the

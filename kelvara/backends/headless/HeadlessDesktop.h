@@ -33,13 +33,6 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// Held keys, by the host's shift-state bits.
-namespace ShiftState {
-inline constexpr int32_t Shift = 1;
-inline constexpr int32_t Ctrl = 2;
-inline constexpr int32_t Alt = 4;
-}  // namespace ShiftState
-
 class HeadlessDesktop final : public Backend {
 public:
     static constexpr int32_t kWidth = 1366;

@@ -45,9 +45,9 @@ uint64_t Fingerprint(const PixelBuffer& picture) {
            static_cast<uint64_t>(picture.Height());
 }
 
-// A pointer picture as an SDL cursor, each logical pixel `scale` device
-// pixels wide. The picture is premultiplied; SDL wants straight alpha.
-SDL_Cursor* CursorFromPicture(const PixelBuffer& icon, int32_t scale) {
+// A picture as an SDL surface, each logical pixel `scale` device pixels
+// wide. Our pictures are premultiplied; SDL wants straight alpha.
+SDL_Surface* StraightSurface(const PixelBuffer& icon, int32_t scale) {
     SDL_Surface* surface = SDL_CreateRGBSurfaceWithFormat(
         0, icon.Width() * scale, icon.Height() * scale, 32, SDL_PIXELFORMAT_ARGB8888);
     if (surface == nullptr) {
@@ -71,6 +71,15 @@ SDL_Cursor* CursorFromPicture(const PixelBuffer& icon, int32_t scale) {
         }
     }
     SDL_UnlockSurface(surface);
+    return surface;
+}
+
+// A pointer picture as an SDL cursor.
+SDL_Cursor* CursorFromPicture(const PixelBuffer& icon, int32_t scale) {
+    SDL_Surface* surface = StraightSurface(icon, scale);
+    if (surface == nullptr) {
+        return nullptr;
+    }
     const SDL_Point hot = HotSpotOf(icon);
     SDL_Cursor* made = SDL_CreateColorCursor(surface, hot.x * scale, hot.y * scale);
     SDL_FreeSurface(surface);
@@ -116,6 +125,7 @@ struct SdlDesktop::Shown {
     uint8_t opacity = 255;
     SDL_Window* modalFor = nullptr;
     std::string title;
+    std::shared_ptr<const PixelBuffer> icon;  // as SDL was last told
 };
 
 // --- Life --------------------------------------------------------------------
@@ -607,6 +617,7 @@ bool SdlDesktop::Create(HWND hwnd, Shown& s) {
     s.minimized = false;
     s.opacity = 255;
     s.modalFor = nullptr;
+    s.icon = nullptr;
     s.dirty.assign(1, RECT{0, 0, w, h});
     return true;
 }
@@ -696,6 +707,17 @@ void SdlDesktop::Sync(HWND hwnd) {
     if (std::string title = GetWindowText(hwnd); title != s.title) {
         SDL_SetWindowTitle(s.window, title.c_str());
         s.title = std::move(title);
+    }
+    // SDL keeps a window's icon once given: a window whose icon goes away
+    // keeps the last one.
+    if (std::shared_ptr<const PixelBuffer> icon = GetWindowIcon(hwnd); icon != s.icon) {
+        if (icon != nullptr && icon->Width() > 0 && icon->Height() > 0) {
+            if (SDL_Surface* surface = StraightSurface(*icon, 1)) {
+                SDL_SetWindowIcon(s.window, surface);
+                SDL_FreeSurface(surface);
+            }
+        }
+        s.icon = std::move(icon);
     }
     COLORREF key = 0;
     uint8_t alpha = 255;

@@ -21,6 +21,7 @@ struct WindowCore::Window {
     HWND hwnd = 0;
     std::string className;
     std::string text;
+    std::shared_ptr<const PixelBuffer> icon;
     uint32_t style = 0;
     uint32_t exStyle = 0;
     uint32_t classStyle = 0;
