@@ -59,15 +59,7 @@ public:
             }
         }
     }
-    void Finish(API32bppDIB& out) {
-        picture.SetAlpha(ENUM_ALPHA_TYPE::AlphaNone);
-        out.InitializeDIB(picture.Width(), picture.Height());
-        for (int32_t y = 0; y < picture.Height(); ++y) {
-            std::memcpy(out.Pixels().Row(y), picture.Pixels().Row(y),
-                        static_cast<size_t>(picture.Width()) * 4);
-        }
-        out.SetAlpha(ENUM_ALPHA_TYPE::AlphaNone);
-    }
+    void Finish(API32bppDIB& out) { out.InitializeOpaque(picture.Pixels()); }
 
 private:
     API32bppDIB picture;

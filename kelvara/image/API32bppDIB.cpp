@@ -109,6 +109,18 @@ bool API32bppDIB::InitializeDIB(int32_t newWidth, int32_t newHeight) {
     return true;
 }
 
+bool API32bppDIB::InitializeOpaque(const PixelBuffer& from) {
+    if (!InitializeDIB(from.Width(), from.Height())) {
+        return false;
+    }
+    const size_t bytes = static_cast<size_t>(from.Width()) * 4;
+    for (int32_t y = 0; y < from.Height(); ++y) {
+        std::copy_n(from.Row(y), bytes, pixels.Row(y));
+    }
+    SetAlpha(ENUM_ALPHA_TYPE::AlphaNone);
+    return true;
+}
+
 void API32bppDIB::DestroyDIB() {
     pixels.Reset();
     originalBytes.clear();

@@ -108,6 +108,9 @@ public:
     // --- Pixels -------------------------------------------------------------
 
     bool InitializeDIB(int32_t Width, int32_t Height);
+    // A picture of the size of `from` holding its pixels as an opaque image
+    // (a screen's or a window's picture: AlphaNone).
+    bool InitializeOpaque(const PixelBuffer& from);
     void DestroyDIB();
     void EraseDIB();
 

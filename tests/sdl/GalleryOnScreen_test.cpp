@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "HeadlessStage.h"
 #include "Scenes.h"
 #include "SdlTestSupport.h"
@@ -82,14 +80,7 @@ public:
             desktop.Pump();
         }
         ++captures;
-        if (!out.InitializeDIB(shown.Width(), shown.Height())) {
-            return false;
-        }
-        for (int32_t y = 0; y < shown.Height(); ++y) {
-            std::memcpy(out.Pixels().Row(y), shown.Row(y), static_cast<size_t>(shown.Width()) * 4);
-        }
-        out.SetAlpha(ENUM_ALPHA_TYPE::AlphaNone);
-        return true;
+        return out.InitializeOpaque(shown);
     }
 
     int32_t captures = 0;

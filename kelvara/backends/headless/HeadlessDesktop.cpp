@@ -1,6 +1,5 @@
 #include "kelvara/backends/headless/HeadlessDesktop.h"
 
-#include <cstring>
 
 #include "kelvara/base/Text.h"
 
@@ -9,17 +8,6 @@ namespace kelvara {
 namespace {
 
 constexpr uint32_t kDoubleClickGap = 50;
-
-bool ToSurface(const PixelBuffer& pixels, API32bppDIB& out) {
-    if (!out.InitializeDIB(pixels.Width(), pixels.Height())) {
-        return false;
-    }
-    for (int32_t y = 0; y < pixels.Height(); ++y) {
-        std::memcpy(out.Pixels().Row(y), pixels.Row(y), static_cast<size_t>(pixels.Width()) * 4);
-    }
-    out.SetAlpha(ENUM_ALPHA_TYPE::AlphaNone);
-    return true;
-}
 
 // The key that types a character, when there is one.
 int32_t KeyFor(char32_t c, bool& shifted) {
@@ -204,7 +192,7 @@ void HeadlessDesktop::Type(std::string_view text) {
 
 bool HeadlessDesktop::Screenshot(HWND hwnd, API32bppDIB& out) {
     PixelBuffer pixels;
-    return core.Compose(hwnd, pixels) && ToSurface(pixels, out);
+    return core.Compose(hwnd, pixels) && out.InitializeOpaque(pixels);
 }
 
 bool HeadlessDesktop::ScreenshotDesktop(API32bppDIB& out) {
@@ -218,7 +206,7 @@ bool HeadlessDesktop::ScreenshotDesktop(API32bppDIB& out) {
     canvas.FillRect(RECT{0, kHeight - kTaskBarHeight, kWidth, kHeight - kTaskBarHeight + 1},
                     0x5A4E40);
     core.ComposeScreen(pixels);
-    return ToSurface(pixels, out);
+    return out.InitializeOpaque(pixels);
 }
 
 bool HeadlessDesktop::SaveScreenshot(HWND hwnd, const std::string& pngFile) {
