@@ -1,6 +1,5 @@
 #include "kelvara/backends/headless/HeadlessDesktop.h"
 
-
 #include "kelvara/base/Text.h"
 
 namespace kelvara {
