@@ -43,6 +43,25 @@ public:
         RECT r = where;
         dc.DrawText(text, r, align | DT_SINGLELINE | DT_VCENTER);
     }
+    // Theme t's row: its name at the left. The first row starts the
+    // sheet, in the form's colour, with the columns' names on top.
+    bool Row(int32_t t, int32_t cellW, int32_t cellH, int32_t columns,
+             const char* (*columnName)(int32_t), COLORREF background) {
+        if (t == 0) {
+            const int32_t width = kSheetLabels + columns * cellW + 8;
+            const int32_t height = kSheetHeader + kThemeCount * cellH + 8;
+            if (!Start(width, height, background)) {
+                return false;
+            }
+            for (int32_t c = 0; c < columns; ++c) {
+                const int32_t x = kSheetLabels + c * cellW;
+                Text(RECT{x, 4, x + cellW, kSheetHeader}, columnName(c), true, DT_CENTER);
+            }
+        }
+        const int32_t y = kSheetHeader + t * cellH;
+        Text(RECT{8, y, kSheetLabels, y + cellH}, ThemeName(t), true, DT_LEFT);
+        return true;
+    }
     // Copies `from` of a capture to (x, y).
     void Paste(const API32bppDIB& capture, const RECT& from, int32_t x, int32_t y) {
         for (int32_t row = from.Top; row < from.Bottom; ++row) {
@@ -112,20 +131,9 @@ bool ButtonStates(Stage& stage, API32bppDIB& out) {
         if (!stage.Capture(*form, capture)) {
             return false;
         }
-        if (t == 0) {
-            const int32_t width = kSheetLabels + kColumns * cellW + 8;
-            const int32_t height = kSheetHeader + kThemeCount * cellH + 8;
-            if (!sheet.Start(width, height, FormColour(*form, capture))) {
-                return false;
-            }
-            for (int32_t c = 0; c < kColumns; ++c) {
-                const int32_t x = kSheetLabels + c * cellW;
-                sheet.Text(RECT{x, 4, x + cellW, kSheetHeader}, ButtonColumnName(c), true,
-                           DT_CENTER);
-            }
+        if (!sheet.Row(t, cellW, cellH, kColumns, ButtonColumnName, FormColour(*form, capture))) {
+            return false;
         }
-        const int32_t y = kSheetHeader + t * cellH;
-        sheet.Text(RECT{8, y, kSheetLabels, y + cellH}, ThemeName(t), true, DT_LEFT);
         for (const int32_t c : {kNormal, kDisabled, kLatched, kDefault}) {
             paste(c);
         }
@@ -174,20 +182,10 @@ bool ToggleStates(Stage& stage, API32bppDIB& out) {
         if (!stage.Capture(*form, capture)) {
             return false;
         }
-        if (t == 0) {
-            const int32_t width = kSheetLabels + kToggleColumns * cellW + 8;
-            const int32_t height = kSheetHeader + kThemeCount * cellH + 8;
-            if (!sheet.Start(width, height, FormColour(*form, capture))) {
-                return false;
-            }
-            for (int32_t c = 0; c < kToggleColumns; ++c) {
-                const int32_t x = kSheetLabels + c * cellW;
-                sheet.Text(RECT{x, 4, x + cellW, kSheetHeader}, ToggleColumnName(c), true,
-                           DT_CENTER);
-            }
+        if (!sheet.Row(t, cellW, cellH, kToggleColumns, ToggleColumnName,
+                       FormColour(*form, capture))) {
+            return false;
         }
-        const int32_t y = kSheetHeader + t * cellH;
-        sheet.Text(RECT{8, y, kSheetLabels, y + cellH}, ThemeName(t), true, DT_LEFT);
         for (int32_t c = 0; c < kToggleColumns; ++c) {
             if (c != kCheckHot && c != kOptionHot) {
                 paste(c);

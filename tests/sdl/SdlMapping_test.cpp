@@ -1,6 +1,7 @@
 // SDL's terms turned into the host's, without a display.
 
 #include "kelvara/backends/sdl/SdlMapping.h"
+#include "kelvara/backends/sdl/SdlEvents.h"
 
 #include <gtest/gtest.h>
 
@@ -66,6 +67,47 @@ TEST(SdlMapping, KeysBecomeTheHostsKeyCodes) {
     };
     for (const auto& c : cases) {
         EXPECT_EQ(VirtualKeyOf(c.key, c.scancode), c.vk) << c.what;
+    }
+}
+
+// Scripts type on a US keyboard: every key a script can press comes back
+// as the same host key, with the text SDL would send with it.
+TEST(SdlMapping, ScriptedKeysComeBackAsTheKeysTheyStandFor) {
+    std::vector<int32_t> keys = {VK_SPACE, VK_RETURN, VK_TAB,  VK_BACK, VK_ESCAPE, VK_LEFT,
+                                 VK_RIGHT, VK_UP,     VK_DOWN, VK_HOME, VK_END,    VK_DELETE};
+    for (int32_t vk = 'A'; vk <= 'Z'; ++vk) {
+        keys.push_back(vk);
+    }
+    for (int32_t vk = '0'; vk <= '9'; ++vk) {
+        keys.push_back(vk);
+    }
+    for (int32_t vk = VK_F1; vk <= VK_F12; ++vk) {
+        keys.push_back(vk);
+    }
+    for (const int32_t vk : keys) {
+        const UsKey k = UsKeyOf(vk);
+        EXPECT_EQ(VirtualKeyOf(k.key, k.scancode), vk) << vk;
+    }
+    EXPECT_EQ(UsKeyOf(VK_INSERT).key, SDLK_UNKNOWN) << "a key scripts do not know";
+    uint16_t mod = 0;
+    EXPECT_FALSE(PushKeyStroke(VK_INSERT, 0, mod));
+
+    const struct {
+        int32_t vk;
+        int32_t shift;
+        const char* text;
+    } texts[] = {
+        {'A', 0, "a"},
+        {'A', ShiftState::Shift, "A"},
+        {'A', ShiftState::Ctrl, ""},
+        {'A', ShiftState::Alt, ""},
+        {'7', 0, "7"},
+        {'7', ShiftState::Shift, ""},  // left to a layout, as the core leaves it
+        {VK_SPACE, 0, " "},
+        {VK_RETURN, 0, ""},
+    };
+    for (const auto& t : texts) {
+        EXPECT_EQ(UsTextOf(t.vk, t.shift), t.text) << t.vk << " " << t.shift;
     }
 }
 

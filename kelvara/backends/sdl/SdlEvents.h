@@ -34,7 +34,11 @@ struct UsKey {
 };
 UsKey UsKeyOf(int32_t vk);
 
-// The text SDL sends with that key under the host's ShiftState bits.
+// The text SDL sends with that key under the host's ShiftState bits: a
+// letter, an unshifted digit or a blank, as the core itself would type it;
+// none with Ctrl or Alt, and none for keys whose text a layout decides
+// (shifted digits), so a script types exactly what the headless desktop
+// types for the same keys.
 std::string UsTextOf(int32_t vk, int32_t shift);
 
 // Presses (or lets go) the modifiers of ShiftState bits in the order
